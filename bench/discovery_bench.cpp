@@ -1,0 +1,174 @@
+// One search answered by a burst of virtual modules, against the real main
+// window, and the same burst counted by a bare receiver on the same port.
+// Runs in the lab: scripts/lab pc build/default/bin/discovery_bench [modules] [runs]
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QTimer>
+#include <QtTest/QTest>
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+#include "controls/cell_color_list.h"
+#include "system_fixture.h"
+
+using namespace torvek;
+using namespace torvek::test;
+
+namespace {
+
+struct Run {
+  int rows = 0;
+  double ms = 0;
+  double worstGapMs = 0;
+};
+
+double Median(std::vector<double> v) {
+  std::sort(v.begin(), v.end());
+  return v.empty() ? 0 : v[v.size() / 2];
+}
+
+// The window: from the search to the last row shown, with a 10 ms timer on the
+// UI thread that notes the longest stretch it could not run.
+Run WindowRun(LabWindow& w, int modules, bool atStartUp) {
+  CMainDlg& d = w.dialog;
+  QElapsedTimer clock;
+  clock.start();
+  qint64 lastTick = 0, worstGap = 0, doneAt = -1;
+  QTimer probe;
+  probe.setInterval(10);
+  QObject::connect(&probe, &QTimer::timeout, [&] {
+    const qint64 now = clock.elapsed();
+    worstGap = std::max(worstGap, now - lastTick);
+    lastTick = now;
+  });
+  QObject::connect(&d.ModuleList().model(), &QAbstractItemModel::rowsInserted, [&] {
+    if (d.ModuleList().model().rowCount() >= modules && doneAt < 0) doneAt = clock.elapsed();
+  });
+  lastTick = clock.elapsed();
+  probe.start();
+  const qint64 searchAt = clock.elapsed();
+  if (atStartUp) {
+    d.OnInitDialog();  // the first search goes out here, before the window shows
+    d.show();
+  } else {
+    d.OnFindDevices();
+  }
+  // Wait for the rows, or 2 s of silence after the last one.
+  int lastCount = -1;
+  qint64 lastChange = clock.elapsed();
+  while (doneAt < 0 && clock.elapsed() - lastChange < 2000) {
+    QTest::qWait(5);
+    if (d.ModuleList().RowCount() != lastCount) {
+      lastCount = d.ModuleList().RowCount();
+      lastChange = clock.elapsed();
+    }
+  }
+  QTest::qWait(100);  // the probe keeps running a little past the end
+  Run run;
+  run.rows = d.ModuleList().model().rowCount();
+  run.ms = static_cast<double>((doneAt >= 0 ? doneAt : lastChange) - searchAt);
+  run.worstGapMs = static_cast<double>(worstGap);
+  return run;
+}
+
+// The ceiling: a plain recvmmsg loop on port 7981 with the tool's buffer size.
+Run BareRun(int modules) {
+  Run run;
+  const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
+  const int one = 1, rcv = 0x200000;
+  ::setsockopt(fd, SOL_SOCKET, SO_BROADCAST, &one, sizeof one);
+  ::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &rcv, sizeof rcv);
+  sockaddr_in local{};
+  local.sin_family = AF_INET;
+  local.sin_port = htons(7981);
+  if (::bind(fd, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0) {
+    std::perror("bare receiver bind");
+    ::close(fd);
+    return run;
+  }
+  std::uint8_t search[23] = {0x48, 0x55, 0x01, 0x02, 0, 0, 0, 0, 0, 0x00, 0x1F};
+  sockaddr_in to{};
+  to.sin_family = AF_INET;
+  to.sin_port = htons(7980);
+  to.sin_addr.s_addr = htonl(INADDR_BROADCAST);
+  QElapsedTimer clock;
+  clock.start();
+  ::sendto(fd, search, sizeof search, 0, reinterpret_cast<sockaddr*>(&to), sizeof to);
+  constexpr int kBatch = 64;
+  static std::uint8_t buffers[kBatch][4097];
+  mmsghdr messages[kBatch];
+  iovec vectors[kBatch];
+  qint64 last = 0;
+  while (run.rows < modules) {
+    pollfd p{fd, POLLIN, 0};
+    if (::poll(&p, 1, 2000) <= 0) break;
+    for (int i = 0; i < kBatch; ++i) {
+      vectors[i] = {buffers[i], sizeof buffers[i]};
+      messages[i] = {};
+      messages[i].msg_hdr.msg_iov = &vectors[i];
+      messages[i].msg_hdr.msg_iovlen = 1;
+    }
+    const int n = ::recvmmsg(fd, messages, kBatch, MSG_DONTWAIT, nullptr);
+    if (n > 0) {
+      run.rows += n;
+      last = clock.elapsed();
+    }
+  }
+  run.ms = static_cast<double>(last);
+  ::close(fd);
+  return run;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  RequireLab();
+  QApplication app(argc, argv);
+  const int modules = argc > 1 ? std::atoi(argv[1]) : 10000;
+  const int runs = argc > 2 ? std::atoi(argv[2]) : 7;
+  ModSim sim({"--count", QString::number(modules)});
+  if (!sim.Start()) {
+    std::fprintf(stderr, "modsim did not start\n");
+    return 1;
+  }
+  std::vector<double> windowMs, windowRows, gaps, bareMs, bareRows, startRows, startMs;
+  for (int i = 0; i < runs; ++i) {
+    const Run bare = BareRun(modules);
+    LabWindow w;
+    // The search of start-up, while the window comes up, then Find Devices.
+    const Run start = WindowRun(w, modules, true);
+    QTest::qWait(300);
+    const Run window = WindowRun(w, modules, false);
+    std::printf("run %d: Find Devices %d rows in %.0f ms, worst UI gap %.0f ms; start-up %d rows "
+                "in %.0f ms; bare %d in %.0f ms\n",
+                i + 1, window.rows, window.ms, window.worstGapMs, start.rows, start.ms, bare.rows,
+                bare.ms);
+    startRows.push_back(start.rows);
+    startMs.push_back(start.ms);
+    std::fflush(stdout);
+    windowMs.push_back(window.ms);
+    windowRows.push_back(window.rows);
+    gaps.push_back(window.worstGapMs);
+    bareMs.push_back(bare.ms);
+    bareRows.push_back(bare.rows);
+  }
+  const double worstGap = *std::max_element(gaps.begin(), gaps.end());
+  std::printf("\nmedians over %d runs of %d modules:\n", runs, modules);
+  std::printf("  Find Devices: %.0f of %d rows, %.0f ms from the search to the last row shown\n",
+              Median(windowRows), modules, Median(windowMs));
+  std::printf("  start-up search: %.0f of %d rows, %.0f ms\n", Median(startRows), modules,
+              Median(startMs));
+  std::printf("  bare receiver: %.0f of %d, %.0f ms\n", Median(bareRows), modules, Median(bareMs));
+  std::printf("  window / bare time: %.2f\n", Median(windowMs) / std::max(1.0, Median(bareMs)));
+  std::printf("  worst UI-thread gap (10 ms probe), median %.0f ms, worst %.0f ms\n", Median(gaps), worstGap);
+  const bool ok = Median(windowRows) == modules && Median(windowMs) < 1000 && worstGap <= 100;
+  std::printf("  goal (all rows, under 1 s, no gap over 100 ms): %s\n", ok ? "met" : "NOT met");
+  return 0;
+}

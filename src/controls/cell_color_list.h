@@ -1,0 +1,75 @@
+// The report list of the main window: text cells with a background and a text
+// colour each, over a CellTable. Rows appended in a burst reach the view in
+// batches, so that thousands of them do not stall the window.
+#pragma once
+
+#include <QAbstractTableModel>
+#include <QTableView>
+#include <QTimer>
+#include <string>
+
+#include "controls/cell_table.h"
+
+namespace torvek {
+
+class CellTableModel : public QAbstractTableModel, public CellTableObserver {
+  Q_OBJECT
+ public:
+  explicit CellTableModel(CellTable& table, QObject* parent = nullptr);
+
+  int rowCount(const QModelIndex& parent = {}) const override;
+  int columnCount(const QModelIndex& parent = {}) const override;
+  QVariant data(const QModelIndex& index, int role) const override;
+  QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
+
+  // Shows rows appended since the last flush; runs by itself after each burst.
+  void FlushRows();
+
+  void OnColumnsChanged() override;
+  void OnRowsInserted(int first, int last) override;
+  void OnRowsReset() override;
+  void OnCellsChanged(int firstRow, int lastRow, int firstCol, int lastCol) override;
+
+ private:
+  CellTable& table_;
+  int shownRows_ = 0;
+  QTimer flushTimer_;
+};
+
+QColor ToQColor(Color color);
+
+class CCellColorList : public QTableView {
+  Q_OBJECT
+ public:
+  explicit CCellColorList(QWidget* parent = nullptr);
+
+  // format: 0 left, 1 right, 2 centred.
+  int InsertColumn(int index, const QString& title, int format, int width, int subItem = -1);
+  int InsertRow(int index, const QString& text);
+  bool SetCellText(int row, int column, const QString& text);
+  QString GetItemText(int row, int column) const;
+  int RowCount() const { return table_.RowCount(); }
+  int DeleteAllRows();
+  // A row or column outside the list means all; color kSystemColor (-1) is the
+  // system's window colour. With `redraw` the list repaints at once.
+  void SetCellBackground(int row, int column, Color color, bool redraw = false);
+  Color GetCellBackground(int row, int column) const;
+
+  // The row the control shows as selected, or -1.
+  int SelectedRow() const;
+  // Keeps the selection painted as selected while the list has no focus.
+  void SetShowSelectionAlways(bool on);
+
+  CellTable& table() { return table_; }
+  const CellTable& table() const { return table_; }
+  CellTableModel& model() { return model_; }
+
+ protected:
+  void keyPressEvent(QKeyEvent* event) override;
+
+ private:
+  CellTable table_;
+  CellTableModel model_;
+};
+
+}  // namespace torvek

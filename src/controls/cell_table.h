@@ -1,0 +1,104 @@
+// The data behind a report list: columns, rows of text cells and a background
+// and text colour per cell. The list control paints from it; the rest of the
+// tool reads and writes cells by row and column.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace torvek {
+
+// 0x00BBGGRR; kSystemColor stands for the system's colour at paint time.
+using Color = std::uint32_t;
+inline constexpr Color kSystemColor = 0xFFFFFFFFu;
+
+enum class Align { Left = 0, Right = 1, Center = 2 };
+
+struct Column {
+  std::string title;
+  Align align = Align::Left;
+  int width = 0;
+};
+
+struct Cell {
+  std::string text;
+  Color textColor = kSystemColor;
+  Color backColor = kSystemColor;
+};
+
+// Told of every change, so that a view can follow. Appended rows may be
+// reported late and in batches by the view itself; see CCellColorList.
+class CellTableObserver {
+ public:
+  virtual ~CellTableObserver() = default;
+  virtual void OnColumnsChanged() = 0;
+  virtual void OnRowsInserted(int first, int last) = 0;
+  virtual void OnRowsReset() = 0;
+  virtual void OnCellsChanged(int firstRow, int lastRow, int firstCol, int lastCol) = 0;
+};
+
+class CellTable {
+ public:
+  void SetObserver(CellTableObserver* observer) { observer_ = observer; }
+
+  // Rows are found by the text of this column through an index, not a scan.
+  void SetKeyColumn(int column);
+
+  int InsertColumn(int index, std::string title, Align align, int width);
+  int ColumnCount() const { return static_cast<int>(columns_.size()); }
+  const Column& ColumnAt(int column) const { return columns_[static_cast<std::size_t>(column)]; }
+
+  // Inserts a row with `text` in its first cell; gives its index, -1 on failure.
+  int InsertRow(int index, std::string text);
+  // Appends a row with all its texts at once (missing cells stay empty).
+  template <typename Texts>
+  int AppendRow(Texts&& texts) {
+    std::vector<Cell> row(columns_.size());
+    std::size_t i = 0;
+    for (auto& t : texts) {
+      if (i >= row.size()) break;
+      row[i++].text = std::move(t);
+    }
+    return AppendCells(std::move(row));
+  }
+  bool SetCellText(int row, int column, std::string text);
+  // Empty for a cell outside the table.
+  const std::string& GetItemText(int row, int column) const;
+  int RowCount() const { return static_cast<int>(rows_.size()); }
+  // Gives the number of rows there were.
+  int DeleteAllRows();
+
+  // A row or column outside the table means all of them.
+  void SetCellBackground(int row, int column, Color color);
+  void SetCellTextColor(int row, int column, Color color);
+  // kSystemColor (-1) for a cell outside the table.
+  Color GetCellBackground(int row, int column) const;
+  Color GetCellTextColor(int row, int column) const;
+
+  // The first row whose key cell is exactly `text` (case-sensitive), or -1.
+  int FindRow(const std::string& text) const;
+
+  // The last sort; any change of content forgets it.
+  int sortColumn = -1;
+  bool sortAscending = true;
+
+ private:
+  int AppendCells(std::vector<Cell> row);
+  bool Inside(int row, int column) const;
+  void ForgetSort();
+  void IndexKey(int row);
+  void UnindexKey(int row);
+  void RebuildIndex();
+  template <typename Fn>
+  void PaintCells(int row, int column, Fn&& paint);
+
+  std::vector<Column> columns_;
+  std::vector<std::vector<Cell>> rows_;
+  int keyColumn_ = -1;
+  std::unordered_map<std::string, int> firstRowByKey_;
+  CellTableObserver* observer_ = nullptr;
+};
+
+}  // namespace torvek

@@ -1,0 +1,317 @@
+#include "core/main_dialog.h"
+
+#include <QAction>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QScreen>
+#include <QTabWidget>
+
+#include "admin/config_page.h"
+#include "controls/cell_color_list.h"
+#include "core/daily_log.h"
+#include "core/module_record.h"
+#include "core/start_up_texts.h"
+#include "production/jig_page.h"
+#include "production/mac_writer_page.h"
+#include "production/radio_test_page.h"
+#include "terminals/console_page.h"
+#include "terminals/network_page.h"
+#include "ui_about_dialog.h"
+#include "ui_main_dialog.h"
+#include "upgrade/upgrader_page.h"
+
+namespace torvek {
+
+CMainDlg* theMainDlg = nullptr;
+
+namespace {
+
+constexpr int kTabCount = 7;
+constexpr int kConsoleTab = 2;
+constexpr int kUpgraderTab = 3;
+constexpr int kJigTab = 6;
+
+std::tm ToTm(const QDateTime& when) {
+  std::tm t{};
+  const QDate d = when.date();
+  const QTime c = when.time();
+  t.tm_year = d.year() - 1900;
+  t.tm_mon = d.month() - 1;
+  t.tm_mday = d.day();
+  t.tm_wday = d.dayOfWeek() % 7;
+  t.tm_hour = c.hour();
+  t.tm_min = c.minute();
+  t.tm_sec = c.second();
+  return t;
+}
+
+}  // namespace
+
+// Icon 128: drawn rather than shipped, so no image file can go missing.
+QIcon TorvekIcon() {
+  QPixmap pixmap(32, 32);
+  pixmap.fill(Qt::transparent);
+  QPainter p(&pixmap);
+  p.setRenderHint(QPainter::Antialiasing);
+  p.setBrush(QColor(0x1F, 0x5F, 0x9F));
+  p.setPen(Qt::NoPen);
+  p.drawRoundedRect(2, 2, 28, 28, 6, 6);
+  p.setPen(QPen(Qt::white, 2.5));
+  p.drawLine(9, 10, 23, 10);
+  p.drawLine(16, 10, 16, 24);
+  return QIcon(pixmap);
+}
+
+CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
+    : QDialog(parent), managementSocket(platform.prompter), platform_(platform),
+      ui_(std::make_unique<Ui::MainDialog>()) {
+  ui_->setupUi(this);
+  moduleList_ = ui_->moduleList;
+  commandList_ = ui_->commandList;
+  setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
+                 Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
+                 Qt::WindowCloseButtonHint);
+  setFixedSize(size());
+  setWindowIcon(TorvekIcon());
+
+  moduleList_->SetShowSelectionAlways(true);
+  moduleList_->installEventFilter(this);
+  connect(moduleList_, &QAbstractItemView::clicked, this,
+          [this](const QModelIndex& index) { SelectRow(index.row()); });
+  connect(ui_->findDevicesButton, &QPushButton::clicked, this, &CMainDlg::OnFindDevices);
+  connect(ui_->exitButton, &QPushButton::clicked, this, &QDialog::accept);
+  connect(ui_->cancelButton, &QPushButton::clicked, this, &QDialog::reject);
+  connect(ui_->tabControl, &QTabWidget::currentChanged, this, &CMainDlg::ShowTab);
+}
+
+CMainDlg::~CMainDlg() {
+  OnDestroy();
+  if (theMainDlg == this) theMainDlg = nullptr;
+}
+
+int CMainDlg::DoModal() {
+  OnInitDialog();
+  if (endedDuringStartUp_) return QDialog::Rejected;
+  if (const QScreen* screen = QGuiApplication::primaryScreen())
+    move(screen->availableGeometry().center() - rect().center());
+  return exec();
+}
+
+bool CMainDlg::OnInitDialog() {
+  Prompter& prompter = platform_.prompter;
+  selectedModuleType = "G : default";
+
+  programFile = platform_.paths.ProgramFile();
+  programDir = platform_.paths.ProgramDir();
+
+  dailyLogPath = QString::fromStdString(
+      DailyLogPath(programDir.toStdString(), ToTm(platform_.clock.LocalNow())));
+  AppendConsoleLog(dailyLogPath, "=========================================================\n");
+  AppendConsoleLog(dailyLogPath, dailyLogPath);
+  AppendConsoleLog(dailyLogPath, "\n= cmd  time    recv ===================================\n");
+
+  serialConfigPath = programDir + "serial_config.dat";
+  theMainDlg = this;
+
+  // The about box hangs in the window's own menu (right click, or F1).
+  auto* about = new QAction(tr("&About Torvek...Version 1.1"), this);
+  about->setShortcut(QKeySequence::HelpContents);
+  connect(about, &QAction::triggered, this, &CMainDlg::ShowAboutBox);
+  addAction(about);
+  setContextMenuPolicy(Qt::ActionsContextMenu);
+
+  if (!managementSocket.CreateDatagram(frame::kToolPort)) {
+    prompter.Message("Port 7981 is already used!!!: check other program use the  port 7981");
+    endedDuringStartUp_ = true;
+    QDialog::done(QDialog::Rejected);
+  }
+  managementSocket.SetNotifyMessage(WM_SOCKET_NOTIFY);
+  managementSocket.SetNotifyWindow(this);
+  managementSocket.SetBroadcast(true);
+  managementSocket.SetBuffers(0x300000, 0x200000);
+
+  moduleList_->table().SetKeyColumn(kColMac);
+  for (int c = 0; c < kModuleColumnCount; ++c)
+    moduleList_->InsertColumn(c, kModuleColumns[static_cast<std::size_t>(c)].header, 2,
+                              kModuleColumns[static_cast<std::size_t>(c)].width, c);
+  commandList_->hide();
+  selectedRow = -1;
+
+  CreatePages();
+
+  const QList<Adapter> adapters = platform_.adapters.Adapters();
+  if (!adapters.isEmpty() && adapters.first().mac.size() == 6)
+    std::copy_n(reinterpret_cast<const std::uint8_t*>(adapters.first().mac.constData()), 6,
+                pcMac.begin());
+  FrameTemplate = MakeFrameTemplate(pcMac);
+
+  OnFindDevices();
+
+  const QFileInfo info(programFile);
+  QDateTime created = info.birthTime();
+  if (!created.isValid()) created = info.metadataChangeTime();
+  baseTitle = QString::fromStdString(
+      BaseTitle(ProgramTimeText(ToTm(created.toLocalTime()))));
+  setWindowTitle(baseTitle);
+  return true;
+}
+
+void CMainDlg::CreatePages() {
+  QTabWidget* tabs = ui_->tabControl;
+  const QSignalBlocker quiet(tabs);
+  tabs->addTab(configPage = new CConfigPage, "IP ");
+  tabs->addTab(networkPage = new CNetworkPage, "Network");
+  tabs->addTab(consolePage = new CConsolePage, "Console");
+  tabs->addTab(upgraderPage = new CUpgraderPage, "Upgrader");
+  tabs->addTab(macWriterPage = new CMacWriterPage, "Mac Writer");
+  tabs->addTab(radioTestPage = new CRadioTestPage, "Ceritification");
+  tabs->addTab(jigPage = new CJigPage, "Jig_tool");
+  tabs->setCurrentIndex(0);
+}
+
+void CMainDlg::ShowTab(int index) {
+  if (index < 0 || index >= kTabCount) return;
+  if (ui_->tabControl->currentIndex() != index) {
+    ui_->tabControl->setCurrentIndex(index);  // comes back here through the signal
+    return;
+  }
+  moduleList_->hide();
+  commandList_->hide();
+  if (index == kUpgraderTab) upgraderPage->DeriveModuleIp(pcIp);
+  (index == kConsoleTab ? commandList_ : moduleList_)->show();
+  jigPage->SetArpFlush(index == kJigTab);
+}
+
+void CMainDlg::StampFrame(std::uint8_t* frame, std::size_t length) {
+  std::optional<std::uint16_t> code;
+  if (frame[frame::kCommand] != frame::kCmdSearch) {
+    code = ModelCodeOf(selectedModuleType.toStdString());
+    if (!code)
+      platform_.prompter.Message(
+          QString::fromStdString(InvalidTypeStringText(selectedModuleType.toStdString())));
+  }
+  torvek::StampFrame(frame, length, selectedFirmwareMajor, code);
+}
+
+bool CMainDlg::SendFrame(std::uint8_t* frame, std::size_t length) {
+  StampFrame(frame, length);
+  if (managementSocket.SendTo(frame, length, frame::kModulePort, "255.255.255.255") == -1) {
+    // The second value names the command that could not go out.
+    platform_.prompter.Message(QString::asprintf(" SendTo cmd Error(%d)= %x",
+                                                 managementSocket.lastError,
+                                                 static_cast<unsigned>(frame[frame::kCommand])),
+                               "Error");
+    return false;
+  }
+  return true;
+}
+
+void CMainDlg::OnFindDevices() {
+  if (fileJobRunning) {
+    platform_.prompter.Message("Module config is on process, try later !!!");
+    return;
+  }
+  StartSearch();
+}
+
+void CMainDlg::StartSearch() {
+  moduleList_->DeleteAllRows();
+  moduleList_->viewport()->update();
+  PrepareSearch(FrameTemplate);
+  SendFrame(FrameTemplate.data(), frame::kSearchLength);
+  selectedRow = -1;
+}
+
+void CMainDlg::OnModuleRecord() {
+  AddModuleRecord(moduleList_->table(), managementSocket.receiveBuffer.data(),
+                  managementSocket.receivedLength);
+}
+
+int CMainDlg::FindRowByMac(const QString& macText) const {
+  return moduleList_->table().FindRow(macText.toStdString());
+}
+
+QString CMainDlg::AddressOfRow(int row) const {
+  return moduleList_->GetItemText(row, useLanIp ? kColLanIp : kColWanIp);
+}
+
+void CMainDlg::SelectRow(int row) {
+  if (row == selectedRow) return;
+  selectedRow = row;
+  ShowModuleSettings(row);
+  selectedModuleMac = ParseMacText(moduleList_->table().GetItemText(row, kColMac));
+  std::copy(selectedModuleMac.begin(), selectedModuleMac.end(),
+            FrameTemplate.begin() + frame::kTargetMac);
+  const std::string& version = moduleList_->table().GetItemText(row, kColVersion);
+  selectedFirmwareMajor = version.empty() ? -'0' : version[0] - '0';
+  selectedAddress = AddressOfRow(row);
+  if (fileJobRunning)
+    platform_.prompter.Message(
+        QString::asprintf(" Upgrade process is running to %s", selectedAddress.toLocal8Bit().constData()));
+  else
+    selectedModuleIp = selectedAddress;
+  selectedModuleType = moduleList_->GetItemText(row, kColType);
+  networkPage->OnTargetModuleChanged();
+  setWindowTitle(QString::fromStdString(
+      SelectedTitle(baseTitle.toStdString(), selectedAddress.toStdString())));
+}
+
+void CMainDlg::ShowModuleSettings(int /*row*/) {
+  // The settings panel fills itself from the row once it exists.
+}
+
+void CMainDlg::OnManagementNotify(long long wParam, long long /*lParam*/) {
+  if (wParam != 0) {
+    configPage->SetOperationStatus("Remote module socket error");
+    return;
+  }
+  const std::uint8_t command = managementSocket.receiveBuffer[frame::kCommand];
+  if (command == frame::kAnsModuleRecord) OnModuleRecord();
+}
+
+void CMainDlg::ShowAboutBox() {
+  QDialog box(this);
+  Ui::AboutDialog about;
+  about.setupUi(&box);
+  about.iconLabel->setPixmap(TorvekIcon().pixmap(32, 32));
+  platform_.prompter.RunDialog(box);
+}
+
+bool CMainDlg::event(QEvent* event) {
+  if (event->type() == PrivateMessage::TypeOf(WM_SOCKET_NOTIFY)) {
+    const auto* message = static_cast<PrivateMessage*>(event);
+    OnManagementNotify(message->wParam, message->lParam);
+    return true;
+  }
+  return QDialog::event(event);
+}
+
+bool CMainDlg::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == moduleList_ && event->type() == QEvent::KeyPress) {
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    const int row = moduleList_->SelectedRow();
+    const int count = moduleList_->RowCount();
+    if (row >= 0 && count > 0) {
+      if (key == Qt::Key_Down && row < count - 1) SelectRow(row + 1);
+      if (key == Qt::Key_Up && row > 0) SelectRow(row - 1);
+    }
+  }
+  return QDialog::eventFilter(watched, event);
+}
+
+void CMainDlg::done(int result) {
+  QDialog::done(result);
+  OnDestroy();
+}
+
+void CMainDlg::OnDestroy() {
+  if (destroyed_) return;
+  destroyed_ = true;
+  managementSocket.ShutDown(CNotifySocket::kShutSends);
+  if (managementSocket.IsOpen()) platform_.clock.WaitOnUiThread(100);
+  managementSocket.Close();
+}
+
+}  // namespace torvek

@@ -1,0 +1,120 @@
+#include "core/notify_socket.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QMetaObject>
+
+#include "core/socket_errors.h"
+#include "platform/prompter.h"
+#include "platform/udp_socket.h"
+
+namespace torvek {
+
+namespace {
+// Longest stretch of datagram handling before the event loop gets its turn.
+constexpr qint64 kSliceMs = 8;
+}  // namespace
+
+CNotifySocket::CNotifySocket(Prompter& prompter, QObject* parent)
+    : QObject(parent), prompter_(prompter) {}
+
+CNotifySocket::~CNotifySocket() { Close(); }
+
+bool CNotifySocket::CreateDatagram(std::uint16_t port) {
+  udp_ = std::make_unique<UdpSocket>(
+      [this] { QMetaObject::invokeMethod(this, &CNotifySocket::Drain, Qt::QueuedConnection); });
+  const int error = udp_->Bind(port, kReceiveSize);
+  if (error != 0) {
+    lastError = SocketErrorFromErrno(error);
+    udp_.reset();
+    return false;
+  }
+  return true;
+}
+
+bool CNotifySocket::IsOpen() const { return udp_ && udp_->IsOpen(); }
+
+bool CNotifySocket::SetBroadcast(bool on) {
+  if (!IsOpen()) {
+    lastError = kErrNotSocket;
+    return false;
+  }
+  return udp_->SetBroadcast(on) == 0;
+}
+
+bool CNotifySocket::SetBuffers(int sendBytes, int receiveBytes) {
+  if (!IsOpen() || udp_->SetSendBuffer(sendBytes) != 0) {
+    prompter_.Message(QString::asprintf("SetSockOpt Error TX(%d) ", sendBytes));
+    return false;
+  }
+  if (udp_->SetReceiveBuffer(receiveBytes) != 0) {
+    prompter_.Message(QString::asprintf("SetSockOpt Error Rx(%d) ", receiveBytes));
+    return false;
+  }
+  return true;
+}
+
+long CNotifySocket::SendTo(const std::uint8_t* data, std::size_t length, std::uint16_t port,
+                           const std::string& address) {
+  if (!IsOpen()) {
+    lastError = kErrNotSocket;
+    return -1;
+  }
+  int error = 0;
+  const long sent = udp_->SendTo(address, port, data, length, &error);
+  if (sent < 0) lastError = SocketErrorFromErrno(error);
+  return sent;
+}
+
+void CNotifySocket::ShutDown(ShutHow how) {
+  if (IsOpen()) udp_->Shutdown(how);
+}
+
+void CNotifySocket::Close() {
+  if (udp_) udp_->Close();
+  udp_.reset();
+  pending_.clear();
+  handled_.clear();
+}
+
+void CNotifySocket::ReportError(int code) {
+  errorText = QString::fromStdString(SocketErrorText(code));
+  if (notifyWindow)
+    QCoreApplication::postEvent(notifyWindow, new PrivateMessage(notifyMessage, kFailed, 0));
+}
+
+void CNotifySocket::Drain() {
+  QElapsedTimer slice;
+  slice.start();
+  for (;;) {
+    if (!udp_) return;
+    if (pending_.empty() && udp_->TakeAll(pending_) == 0) break;
+    // One at a time, in order: the owner may open a modal box, whose event
+    // loop drains further datagrams into the same receive buffer.
+    ReceivedDatagram& datagram = handled_.emplace_back(std::move(pending_.front()));
+    pending_.pop_front();
+    OnReceive(datagram);  // does not touch the datagram after notifying
+    if (slice.elapsed() >= kSliceMs) {
+      QMetaObject::invokeMethod(this, &CNotifySocket::Drain, Qt::QueuedConnection);
+      break;
+    }
+  }
+  if (udp_) udp_->Recycle(handled_);
+}
+
+void CNotifySocket::OnReceive(const ReceivedDatagram& datagram) {
+  receiveBuffer.fill(0);
+  if (datagram.failed) {
+    receivedLength = 0;
+    ReportError(SocketErrorFromErrno(datagram.error));
+    return;
+  }
+  const std::size_t length = std::min(datagram.length, receiveBuffer.size());
+  std::copy_n(datagram.data, length, receiveBuffer.begin());
+  receivedLength = static_cast<std::uint16_t>(length);
+  if (!notifyWindow) return;
+  PrivateMessage message(notifyMessage, kData, receivedLength);
+  QCoreApplication::sendEvent(notifyWindow, &message);
+}
+
+}  // namespace torvek

@@ -1,0 +1,39 @@
+// Tests that open a management socket run inside the lab, and fail at once
+// anywhere else: the tool broadcasts, and that must never leave the lab.
+#pragma once
+
+#include <QProcess>
+#include <QString>
+#include <QStringList>
+
+namespace torvek::test {
+
+// True when this process lives in the lab's PC-side network namespace.
+bool InsideLab();
+// Aborts the test program outside the lab.
+void RequireLab();
+
+QString SourceDir();
+QString BinDir();
+
+// A virtual module farm in the lab's LAN side; stopped when destroyed.
+class ModSim {
+ public:
+  explicit ModSim(QStringList arguments);
+  ~ModSim();
+  bool Start(int timeoutMs = 10000);
+  void Stop();
+  // Frames modsim received, as "<ip>:<port> <length> <hex>" lines.
+  QStringList LoggedFrames() const;
+  QString logPath;
+
+ private:
+  QStringList arguments_;
+  QString readyPath_;
+  QProcess process_;
+};
+
+// Runs a command in the lab's LAN side and waits for it.
+int RunOnLan(const QStringList& command, int timeoutMs = 10000);
+
+}  // namespace torvek::test

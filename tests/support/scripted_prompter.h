@@ -1,0 +1,108 @@
+// A Prompter for tests: every box is recorded in order, every question is
+// answered from a queue, and a question nobody expected fails the test.
+#pragma once
+
+#include <QDialog>
+#include <QList>
+#include <QPair>
+#include <QQueue>
+#include <QStringList>
+#include <QtTest/QTest>
+#include <functional>
+
+#include "platform/platform.h"
+
+namespace torvek::test {
+
+class ScriptedPrompter : public Prompter {
+ public:
+  struct Box {
+    QString text;
+    QString title;
+  };
+  QList<Box> boxes;
+  QQueue<bool> answers;
+  QQueue<QString> fileNames;
+  // Called with each dialog run modally; gives its result.
+  std::function<int(QDialog&)> onDialog = [](QDialog&) { return int(QDialog::Rejected); };
+  QStringList questions;
+  int unexpected = 0;
+
+  void Message(const QString& text, const QString& title) override { boxes.append({text, title}); }
+  bool AskYesNo(const QString& text) override {
+    questions.append(text);
+    if (answers.isEmpty()) {
+      ++unexpected;
+      return false;
+    }
+    return answers.dequeue();
+  }
+  QString OpenFileName(const QString&, const QString&) override { return Next(); }
+  QString SaveFileName(const QString&, const QString&, const QString&) override { return Next(); }
+  int RunDialog(QDialog& dialog) override { return onDialog(dialog); }
+
+  QStringList Texts() const {
+    QStringList out;
+    for (const Box& b : boxes) out << b.text;
+    return out;
+  }
+
+ private:
+  QString Next() {
+    if (fileNames.isEmpty()) {
+      ++unexpected;
+      return {};
+    }
+    return fileNames.dequeue();
+  }
+};
+
+class RecordingLauncher : public ProgramLauncher {
+ public:
+  QList<QStringList> started;
+  bool StartInTerminal(const QStringList& command) override {
+    started.append(QStringList{"terminal"} + command);
+    return true;
+  }
+  bool StartHidden(const QString& program, const QStringList& arguments) override {
+    started.append(QStringList{"hidden", program} + arguments);
+    return true;
+  }
+  bool StartProgram(const QString& path, const QStringList& arguments) override {
+    started.append(QStringList{"program", path} + arguments);
+    return true;
+  }
+  bool OpenFile(const QString& path) override {
+    started.append({"open", path});
+    return true;
+  }
+  bool OpenUrl(const QUrl& url) override {
+    started.append({"url", url.toString()});
+    return true;
+  }
+};
+
+class CountingBeeper : public Beeper {
+ public:
+  int beeps = 0;
+  void Beep() override { ++beeps; }
+};
+
+class FixedAdapters : public AdapterInfo {
+ public:
+  QList<Adapter> list;
+  QList<Adapter> Adapters() override { return list; }
+};
+
+class TempPaths : public AppPaths {
+ public:
+  explicit TempPaths(const QString& dir) : dir_(dir.endsWith('/') ? dir : dir + '/') {}
+  QString ProgramFile() override { return QCoreApplication::applicationFilePath(); }
+  QString ProgramDir() override { return dir_; }
+  QString WorkingDir() override { return dir_; }
+
+ private:
+  QString dir_;
+};
+
+}  // namespace torvek::test

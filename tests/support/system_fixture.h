@@ -1,0 +1,33 @@
+// A main window built for the lab: scripted boxes, a temporary program folder,
+// and the PC side's real adapters and sockets.
+#pragma once
+
+#include <QTemporaryDir>
+
+#include "core/main_dialog.h"
+#include "lab.h"
+#include "scripted_prompter.h"
+
+namespace torvek::test {
+
+struct LabWindow {
+  QTemporaryDir dir;
+  ScriptedPrompter prompter;
+  RecordingLauncher launcher;
+  CountingBeeper beeper;
+  SystemClock clock;
+  SystemAdapterInfo adapters;
+  TempPaths paths{dir.path()};
+  Platform platform{prompter, launcher, beeper, clock, adapters, paths};
+  CMainDlg dialog{platform};
+};
+
+#define TORVEK_LAB_MAIN(TestClass)                    \
+  int main(int argc, char** argv) {                   \
+    torvek::test::RequireLab();                       \
+    QApplication app(argc, argv);                     \
+    TestClass test;                                   \
+    return QTest::qExec(&test, argc, argv);           \
+  }
+
+}  // namespace torvek::test

@@ -1,0 +1,48 @@
+// torvek-modsim: a LAN of virtual modules for the lab's module side.
+#include <csignal>
+#include <cstdio>
+#include <string>
+
+#include "sim_options.h"
+#include "sim_server.h"
+
+namespace {
+
+volatile std::sig_atomic_t stopRequested = 0;
+
+void OnStopSignal(int) { stopRequested = 1; }
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  modsim::SimOptions options;
+  std::string error;
+  if (!modsim::ParseOptions(argc, argv, options, error)) {
+    std::fprintf(stderr, "torvek-modsim: %s\n%s", error.c_str(), modsim::UsageText());
+    return 2;
+  }
+  if (options.help) {
+    std::fputs(modsim::UsageText(), stdout);
+    return 0;
+  }
+
+  // The signals stay blocked except while the loop waits in ppoll, so a stop
+  // can never slip in between a check and the wait.
+  sigset_t stopSignals;
+  sigemptyset(&stopSignals);
+  sigaddset(&stopSignals, SIGINT);
+  sigaddset(&stopSignals, SIGTERM);
+  sigprocmask(SIG_BLOCK, &stopSignals, nullptr);
+  struct sigaction action {};
+  action.sa_handler = OnStopSignal;
+  sigemptyset(&action.sa_mask);
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+
+  modsim::SimServer server(options, modsim::MakeModules(options));
+  if (!server.Open(error)) {
+    std::fprintf(stderr, "torvek-modsim: %s\n", error.c_str());
+    return 1;
+  }
+  return server.Run(stopRequested);
+}

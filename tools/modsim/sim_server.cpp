@@ -1,0 +1,379 @@
+#include "sim_server.h"
+
+#include <arpa/inet.h>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <utility>
+
+namespace modsim {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// A record that the kernel refuses for this long is counted as failed.
+constexpr auto kGiveUp = 2s;
+// Pause after ENOBUFS: a full device queue has no event to wait for.
+constexpr auto kNoBufferPause = 1ms;
+// Longest stretch of sending before incoming frames are read again.
+constexpr auto kSendSlice = 20ms;
+constexpr std::size_t kDrainLimit = 256;
+constexpr int kSocketBuffer = 4 << 20;
+
+std::string AddressText(const sockaddr_in& address) {
+  char text[INET_ADDRSTRLEN] = {};
+  inet_ntop(AF_INET, &address.sin_addr, text, sizeof text);
+  return std::string(text) + ":" + std::to_string(ntohs(address.sin_port));
+}
+
+std::string AddressText(const Ipv4& address) {
+  return std::to_string(address[0]) + "." + std::to_string(address[1]) + "." +
+         std::to_string(address[2]) + "." + std::to_string(address[3]);
+}
+
+in_addr InAddr(const Ipv4& address) {
+  in_addr result{};
+  std::memcpy(&result.s_addr, address.data(), 4);
+  return result;
+}
+
+// True when address belongs to this network namespace, as every module
+// address does on the lab's module side.
+bool IsLocalAddress(const Ipv4& address) {
+  const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) return false;
+  sockaddr_in local{};
+  local.sin_family = AF_INET;
+  local.sin_addr = InAddr(address);
+  const bool ok = bind(fd, reinterpret_cast<const sockaddr*>(&local), sizeof local) == 0;
+  close(fd);
+  return ok;
+}
+
+double Milliseconds(std::chrono::steady_clock::duration d) {
+  return std::chrono::duration<double, std::milli>(d).count();
+}
+
+timespec ToTimespec(std::chrono::steady_clock::duration d) {
+  const auto ns = std::max<std::int64_t>(0, std::chrono::nanoseconds(d).count());
+  return timespec{static_cast<time_t>(ns / 1'000'000'000), static_cast<long>(ns % 1'000'000'000)};
+}
+
+}  // namespace
+
+SimServer::SimServer(const SimOptions& options, std::vector<VirtualModule> modules)
+    : options_(options),
+      modules_(std::move(modules)),
+      receiveBuffer_(65536),
+      sendBuffers_(kBatch) {
+  handlers_[kCommandSearch] = &SimServer::OnSearch;
+}
+
+SimServer::~SimServer() {
+  if (fd_ >= 0) close(fd_);
+  if (log_ != nullptr) std::fclose(log_);
+}
+
+bool SimServer::Open(std::string& error) {
+  // Outside the lab the module addresses are not ours; refuse rather than
+  // answer searches on a real network.
+  for (const VirtualModule* m : {&modules_.front(), &modules_.back()}) {
+    if (!IsLocalAddress(m->lanIp)) {
+      error = AddressText(m->lanIp) +
+              " is not an address of this machine; run modsim in the lab's module side "
+              "(scripts/lab lan ...)";
+      return false;
+    }
+  }
+
+  fd_ = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (fd_ < 0) {
+    error = std::string("socket: ") + std::strerror(errno);
+    return false;
+  }
+  const int on = 1;
+  setsockopt(fd_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  // Best effort: the kernel caps both at its own limits.
+  setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &kSocketBuffer, sizeof kSocketBuffer);
+  setsockopt(fd_, SOL_SOCKET, SO_SNDBUF, &kSocketBuffer, sizeof kSocketBuffer);
+  sockaddr_in any{};
+  any.sin_family = AF_INET;
+  any.sin_port = htons(kCommandPort);
+  any.sin_addr.s_addr = htonl(INADDR_ANY);
+  if (bind(fd_, reinterpret_cast<const sockaddr*>(&any), sizeof any) != 0) {
+    error = "cannot bind UDP port " + std::to_string(kCommandPort) + ": " + std::strerror(errno);
+    return false;
+  }
+
+  if (!options_.logPath.empty()) {
+    log_ = std::fopen(options_.logPath.c_str(), "a");
+    if (log_ == nullptr) {
+      error = "cannot open log " + options_.logPath + ": " + std::strerror(errno);
+      return false;
+    }
+  }
+
+  if (!options_.readyPath.empty()) {
+    // Written aside and renamed, so a waiting test never sees it half made.
+    const std::string temporary = options_.readyPath + ".tmp";
+    std::FILE* ready = std::fopen(temporary.c_str(), "w");
+    const bool written = ready != nullptr && std::fprintf(ready, "%d\n", getpid()) > 0;
+    if (ready != nullptr && std::fclose(ready) != 0) ready = nullptr;
+    if (!written || ready == nullptr || std::rename(temporary.c_str(), options_.readyPath.c_str()) != 0) {
+      error = "cannot write ready file " + options_.readyPath + ": " + std::strerror(errno);
+      return false;
+    }
+  }
+
+  if (!options_.quiet) {
+    std::fprintf(stderr, "modsim: %zu modules on UDP %u, addresses %s to %s\n", modules_.size(),
+                 kCommandPort, AddressText(modules_.front().lanIp).c_str(),
+                 AddressText(modules_.back().lanIp).c_str());
+  }
+  return true;
+}
+
+int SimServer::Run(const volatile std::sig_atomic_t& stop) {
+  sigset_t waitMask;
+  pthread_sigmask(SIG_SETMASK, nullptr, &waitMask);
+  sigdelset(&waitMask, SIGINT);
+  sigdelset(&waitMask, SIGTERM);
+
+  const auto deadline = Clock::now() + std::chrono::seconds(options_.lifetimeSeconds);
+  const char* reason = "lifetime over";
+  while (true) {
+    if (stop) {
+      reason = "stopped by signal";
+      break;
+    }
+    const auto now = Clock::now();
+    if (now >= deadline) break;
+    if (options_.exitAfterSearches > 0 && searchesAnswered_ >= options_.exitAfterSearches) {
+      reason = "searches done";
+      break;
+    }
+
+    pollfd socket{fd_, POLLIN, 0};
+    auto wake = deadline;
+    if (!jobs_.empty()) {
+      const AnswerJob& job = jobs_.front();
+      if (job.waitWritable) {
+        socket.events |= POLLOUT;
+        wake = std::min(wake, job.stuckSince + kGiveUp);
+      } else {
+        wake = std::min(wake, std::max(job.due, now));
+      }
+    }
+    const timespec timeout = ToTimespec(wake - now);
+    if (ppoll(&socket, 1, &timeout, &waitMask) < 0) {
+      if (errno == EINTR) continue;
+      std::fprintf(stderr, "modsim: poll: %s\n", std::strerror(errno));
+      return 1;
+    }
+    if (socket.revents & POLLIN) DrainSocket();
+    if (!jobs_.empty()) {
+      AnswerJob& job = jobs_.front();
+      if (socket.revents & POLLOUT) job.waitWritable = false;
+      ProgressJob(job);
+      if (job.next >= job.total) {
+        FinishJob(job);
+        jobs_.pop_front();
+      }
+    }
+  }
+
+  for (const AnswerJob& job : jobs_) {
+    std::fprintf(stderr, "modsim: %s before the answer to %s was complete: %zu of %zu records unsent\n",
+                 reason, AddressText(job.to).c_str(), job.total - job.next, job.total);
+  }
+  if (!options_.quiet) {
+    std::fprintf(stderr, "modsim: %s, %d searches answered\n", reason, searchesAnswered_);
+  }
+  return 0;
+}
+
+void SimServer::DrainSocket() {
+  for (std::size_t i = 0; i < kDrainLimit; ++i) {
+    Datagram datagram;
+    iovec iov{receiveBuffer_.data(), receiveBuffer_.size()};
+    msghdr message{};
+    message.msg_name = &datagram.from;
+    message.msg_namelen = sizeof datagram.from;
+    message.msg_iov = &iov;
+    message.msg_iovlen = 1;
+    const ssize_t n = recvmsg(fd_, &message, MSG_DONTWAIT);
+    if (n < 0) {
+      if (errno == EINTR) continue;
+      if (errno != EAGAIN && errno != EWOULDBLOCK) {
+        std::fprintf(stderr, "modsim: receive: %s\n", std::strerror(errno));
+      }
+      return;
+    }
+    datagram.bytes = receiveBuffer_.data();
+    datagram.length = static_cast<std::size_t>(n);
+    datagram.arrived = Clock::now();
+    LogDatagram(datagram);
+    Dispatch(datagram);
+  }
+}
+
+void SimServer::Dispatch(const Datagram& datagram) {
+  if (datagram.length <= offset::command) return;
+  const Handler handler = handlers_[datagram.bytes[offset::command]];
+  if (handler != nullptr) (this->*handler)(datagram);
+}
+
+void SimServer::LogDatagram(const Datagram& datagram) {
+  if (log_ == nullptr) return;
+  static constexpr char kDigits[] = "0123456789abcdef";
+  hexLine_ = AddressText(datagram.from) + " " + std::to_string(datagram.length) + " ";
+  for (std::size_t i = 0; i < datagram.length; ++i) {
+    hexLine_ += kDigits[datagram.bytes[i] >> 4];
+    hexLine_ += kDigits[datagram.bytes[i] & 0x0F];
+  }
+  hexLine_ += '\n';
+  std::fwrite(hexLine_.data(), 1, hexLine_.size(), log_);
+  std::fflush(log_);
+}
+
+void SimServer::OnSearch(const Datagram& datagram) {
+  if (options_.exitAfterSearches > 0 && searchesTaken_ >= options_.exitAfterSearches) return;
+  ++searchesTaken_;
+
+  AnswerJob job;
+  job.to = datagram.from;
+  for (std::size_t i = 0; i < job.searcherMac.size(); ++i) {
+    job.searcherMac[i] = datagram.At(offset::sourceMac + i);
+  }
+  job.modules.reserve(modules_.size());
+  for (const VirtualModule& m : modules_) {
+    if (m.hiddenUntil <= datagram.arrived) job.modules.push_back(static_cast<std::uint32_t>(m.index));
+  }
+  job.total = job.modules.size() * static_cast<std::size_t>(options_.repeat);
+  job.started = datagram.arrived;
+  job.due = datagram.arrived;
+  if (job.total == 0) {
+    FinishJob(job);
+  } else {
+    jobs_.push_back(std::move(job));
+  }
+}
+
+void SimServer::ProgressJob(AnswerJob& job) {
+  const auto now = Clock::now();
+  if (job.waitWritable) {
+    if (now - job.stuckSince < kGiveUp) return;
+    // The send buffer never drained: give this record up and go on.
+    job.waitWritable = false;
+    NoteSendError(job, EAGAIN);
+  }
+  if (now < job.due) return;
+
+  if (options_.paceUs > 0) {
+    const std::size_t before = job.next;
+    SendBatch(job, 1);
+    if (job.next != before) {
+      job.due += std::chrono::microseconds(options_.paceUs);
+      job.due = std::max(job.due, now);
+    }
+    return;
+  }
+
+  const auto sliceEnd = now + kSendSlice;
+  while (job.next < job.total) {
+    SendBatch(job, std::min(kBatch, job.total - job.next));
+    if (job.waitWritable) return;
+    const auto after = Clock::now();
+    if (after < job.due || after >= sliceEnd) return;
+  }
+}
+
+void SimServer::SendBatch(AnswerJob& job, std::size_t count) {
+  std::array<mmsghdr, kBatch> messages{};
+  std::array<iovec, kBatch> iovs{};
+  struct alignas(cmsghdr) Control {
+    char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
+  };
+  std::array<Control, kBatch> controls{};
+
+  for (std::size_t j = 0; j < count; ++j) {
+    const std::size_t k = job.next + j;
+    const VirtualModule& module = modules_[job.modules[k % job.modules.size()]];
+    std::size_t length = BuildModuleRecord(module, job.searcherMac, sendBuffers_[j].data());
+    if (options_.truncate >= 0) length = std::min(length, static_cast<std::size_t>(options_.truncate));
+    iovs[j] = {sendBuffers_[j].data(), length};
+
+    msghdr& header = messages[j].msg_hdr;
+    header.msg_name = &job.to;
+    header.msg_namelen = sizeof job.to;
+    header.msg_iov = &iovs[j];
+    header.msg_iovlen = 1;
+    header.msg_control = controls[j].bytes;
+    header.msg_controllen = sizeof controls[j].bytes;
+    // Each record leaves from its own module's address.
+    cmsghdr* control = CMSG_FIRSTHDR(&header);
+    control->cmsg_level = IPPROTO_IP;
+    control->cmsg_type = IP_PKTINFO;
+    control->cmsg_len = CMSG_LEN(sizeof(in_pktinfo));
+    in_pktinfo info{};
+    info.ipi_spec_dst = InAddr(module.lanIp);
+    std::memcpy(CMSG_DATA(control), &info, sizeof info);
+  }
+
+  int sent = 0;
+  do {
+    sent = sendmmsg(fd_, messages.data(), static_cast<unsigned>(count), MSG_DONTWAIT);
+  } while (sent < 0 && errno == EINTR);
+
+  if (sent > 0) {
+    job.next += static_cast<std::size_t>(sent);
+    job.sent += static_cast<std::size_t>(sent);
+    job.stuck = false;
+    return;
+  }
+  const int error = errno;
+  const auto now = Clock::now();
+  if (error == EAGAIN || error == EWOULDBLOCK || error == ENOBUFS) {
+    if (!job.stuck) {
+      job.stuck = true;
+      job.stuckSince = now;
+    }
+    if (now - job.stuckSince >= kGiveUp) {
+      NoteSendError(job, error);
+    } else if (error == ENOBUFS) {
+      job.due = now + kNoBufferPause;
+    } else {
+      job.waitWritable = true;
+    }
+    return;
+  }
+  // Anything else is about this record alone (a bad source address, say).
+  NoteSendError(job, error);
+}
+
+void SimServer::NoteSendError(AnswerJob& job, int error) {
+  if (!job.errorReported) {
+    const VirtualModule& module = modules_[job.modules[job.next % job.modules.size()]];
+    std::fprintf(stderr, "modsim: record of %s to %s failed: %s\n",
+                 AddressText(module.lanIp).c_str(), AddressText(job.to).c_str(),
+                 std::strerror(error));
+    job.errorReported = true;
+  }
+  ++job.failed;
+  ++job.next;
+  job.stuck = false;
+}
+
+void SimServer::FinishJob(const AnswerJob& job) {
+  ++searchesAnswered_;
+  if (options_.quiet) return;
+  std::fprintf(stderr, "modsim: search from %s answered with %zu records (%zu failed) in %.1f ms\n",
+               AddressText(job.to).c_str(), job.sent, job.failed,
+               Milliseconds(Clock::now() - job.started));
+}
+
+}  // namespace modsim

@@ -3,9 +3,11 @@
 // while the owner handles it) and posted for failures.
 #pragma once
 
+#include <QElapsedTimer>
 #include <QEvent>
 #include <QObject>
 #include <QString>
+#include <QTimer>
 #include <array>
 #include <deque>
 #include <vector>
@@ -86,6 +88,8 @@ class CNotifySocket : public QObject {
   // where the outer one stopped.
   std::deque<ReceivedDatagram> pending_;
   std::vector<ReceivedDatagram> handled_;
+  QTimer holdBackTimer_;
+  QElapsedTimer holdingBack_;
 };
 
 }  // namespace torvek

@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 
 namespace torvek {
@@ -34,6 +35,11 @@ void RaiseReaderPriority() {
   param.sched_priority = 1;
   if (::pthread_setschedparam(::pthread_self(), SCHED_FIFO, &param) == 0) return;
   ::setpriority(PRIO_PROCESS, static_cast<id_t>(::gettid()), -10);
+}
+
+std::int64_t NowUs() {
+  using namespace std::chrono;
+  return duration_cast<microseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
 }  // namespace
@@ -142,6 +148,10 @@ std::size_t UdpSocket::Pending() const {
   return queue_.size();
 }
 
+bool UdpSocket::ReceivedWithin(std::int64_t us) const {
+  return NowUs() - lastReceiveUs_.load(std::memory_order_relaxed) <= us;
+}
+
 std::uint64_t UdpSocket::Dropped() const {
   std::lock_guard lock(mutex_);
   return dropped_;
@@ -176,6 +186,7 @@ void UdpSocket::ReadLoop() {
       const int n = ::recvmmsg(fd_, messages, kBatch, MSG_DONTWAIT | MSG_TRUNC, nullptr);
       if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK || errno == EINTR)) break;
       const int error = n < 0 ? errno : 0;
+      if (n > 0) lastReceiveUs_.store(NowUs(), std::memory_order_relaxed);
 
       std::uint64_t readPos;
       {

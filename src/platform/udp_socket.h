@@ -3,6 +3,7 @@
 // while the UI thread turns earlier ones into rows.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -55,6 +56,8 @@ class UdpSocket {
   // the order they were taken.
   void Recycle(std::vector<ReceivedDatagram>& used);
   std::size_t Pending() const;
+  // True while datagrams keep coming: the reader took some within `us`.
+  bool ReceivedWithin(std::int64_t us) const;
   // Datagrams the reader had to drop because the queue was full.
   std::uint64_t Dropped() const;
 
@@ -69,6 +72,7 @@ class UdpSocket {
   mutable std::mutex mutex_;
   std::deque<ReceivedDatagram> queue_;
   std::uint64_t dropped_ = 0;
+  std::atomic<std::int64_t> lastReceiveUs_{0};
   // Received bytes wait here, back to back, until the owner has handled them:
   // memory touched once at start, so a burst never waits for fresh pages.
   std::unique_ptr<std::uint8_t[]> ring_;

@@ -10,6 +10,7 @@
 
 #include "admin/config_page.h"
 #include "controls/cell_color_list.h"
+#include "core/answer_dispatch.h"
 #include "core/daily_log.h"
 #include "core/module_record.h"
 #include "core/start_up_texts.h"
@@ -32,6 +33,7 @@ constexpr int kTabCount = 7;
 constexpr int kConsoleTab = 2;
 constexpr int kUpgraderTab = 3;
 constexpr int kJigTab = 6;
+constexpr std::size_t kMacWriteCopyLength = 1228;
 
 std::tm ToTm(const QDateTime& when) {
   std::tm t{};
@@ -161,7 +163,7 @@ bool CMainDlg::OnInitDialog() {
 void CMainDlg::CreatePages() {
   QTabWidget* tabs = ui_->tabControl;
   const QSignalBlocker quiet(tabs);
-  tabs->addTab(configPage = new CConfigPage, "IP ");
+  tabs->addTab(configPage = new CConfigPage(*this), "IP ");
   tabs->addTab(networkPage = new CNetworkPage, "Network");
   tabs->addTab(consolePage = new CConsolePage, "Console");
   tabs->addTab(upgraderPage = new CUpgraderPage, "Upgrader");
@@ -169,6 +171,7 @@ void CMainDlg::CreatePages() {
   tabs->addTab(radioTestPage = new CRadioTestPage, "Ceritification");
   tabs->addTab(jigPage = new CJigPage, "Jig_tool");
   tabs->setCurrentIndex(0);
+  configPage->OnInitDialog();
 }
 
 void CMainDlg::ShowTab(int index) {
@@ -258,8 +261,10 @@ void CMainDlg::SelectRow(int row) {
       SelectedTitle(baseTitle.toStdString(), selectedAddress.toStdString())));
 }
 
-void CMainDlg::ShowModuleSettings(int /*row*/) {
-  // The settings panel fills itself from the row once it exists.
+void CMainDlg::ShowModuleSettings(int row) {
+  QStringList columns;
+  for (int c = 0; c < kModuleColumnCount; ++c) columns << moduleList_->GetItemText(row, c);
+  configPage->ShowSettings(columns);
 }
 
 void CMainDlg::OnManagementNotify(long long wParam, long long /*lParam*/) {
@@ -267,8 +272,44 @@ void CMainDlg::OnManagementNotify(long long wParam, long long /*lParam*/) {
     configPage->SetOperationStatus("Remote module socket error");
     return;
   }
-  const std::uint8_t command = managementSocket.receiveBuffer[frame::kCommand];
-  if (command == frame::kAnsModuleRecord) OnModuleRecord();
+  // A box runs its own loop and the next datagram may land in the same buffer:
+  // nothing after a box reads the frame again.
+  const std::uint8_t* frame = managementSocket.receiveBuffer.data();
+  const AnswerDecision decision = DecideAnswer(frame[frame::kResult], frame[frame::kCommand]);
+  switch (decision.route) {
+    case AnswerRoute::Refused:
+    case AnswerRoute::AddressChanged:
+    case AnswerRoute::Unknown:
+      platform_.prompter.Message(QString::fromStdString(decision.text));
+      break;
+    case AnswerRoute::Silent:
+      break;
+    case AnswerRoute::ModuleRecord:
+      OnModuleRecord();
+      break;
+    case AnswerRoute::ConfigBlock:
+      if (OnConfigAnswer) OnConfigAnswer();
+      break;
+    case AnswerRoute::LogoBlock:
+      if (OnLogoAnswer) OnLogoAnswer();
+      break;
+    case AnswerRoute::LogBlock:
+      if (OnLogAnswer) OnLogAnswer();
+      break;
+    case AnswerRoute::MacWrite: {
+      // The MAC writer works on a copy of a request's size; anything longer
+      // than that is no answer of its and is cut.
+      std::array<std::uint8_t, kMacWriteCopyLength> copy{};
+      const std::size_t length = std::min<std::size_t>(managementSocket.receivedLength, copy.size());
+      std::copy_n(frame, length, copy.begin());
+      if (OnMacWriteAnswer) OnMacWriteAnswer(copy.data(), length);
+      break;
+    }
+    case AnswerRoute::SearchAgain:
+      // A module that came back from its defaults: no test of a running job.
+      StartSearch();
+      break;
+  }
 }
 
 void CMainDlg::ShowAboutBox() {

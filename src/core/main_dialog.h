@@ -6,6 +6,7 @@
 #include <QDialog>
 #include <QString>
 #include <atomic>
+#include <functional>
 #include <memory>
 
 #include "core/management_frame.h"
@@ -85,6 +86,14 @@ class CMainDlg : public QDialog {
   QString selectedModuleIp;
   int useLanIp = 1;
   std::atomic<bool> fileJobRunning{false};
+  QString downloadPath;
+
+  // Answers whose handlers live with other pages; those pages put them here.
+  // A MAC writer answer is a copy that is valid during the call only.
+  std::function<void()> OnConfigAnswer;
+  std::function<void()> OnLogoAnswer;
+  std::function<void()> OnLogAnswer;
+  std::function<void(const std::uint8_t* frame, std::size_t length)> OnMacWriteAnswer;
 
  protected:
   bool event(QEvent* event) override;

@@ -1,0 +1,86 @@
+// The settings panel against virtual modules: the Set request's bytes, the
+// module's answers, and the search that a factory default sets off.
+#include <QApplication>
+#include <QtTest/QTest>
+
+#include "admin/config_page.h"
+#include "controls/cell_color_list.h"
+#include "controls/ip_address_ctrl.h"
+#include "system_fixture.h"
+
+using namespace torvek;
+using namespace torvek::test;
+
+namespace {
+
+// The logged frames of one command, as "<length> <hex>".
+QStringList FramesOf(const ModSim& sim, int command) {
+  QStringList out;
+  for (const QString& line : sim.LoggedFrames()) {
+    const QStringList parts = line.split(' ');
+    if (parts.size() == 3 && parts[2].mid(4, 2).toInt(nullptr, 16) == command)
+      out << parts[1] + " " + parts[2];
+  }
+  return out;
+}
+
+void EnterLan(CMainDlg& d, const QString& ip, const QString& mask, const QString& gateway) {
+  d.configPage->findChild<CIpAddressCtrl*>("lanIp")->SetText(ip);
+  d.configPage->findChild<CIpAddressCtrl*>("lanSubnet")->SetText(mask);
+  d.configPage->findChild<CIpAddressCtrl*>("lanGateway")->SetText(gateway);
+}
+
+}  // namespace
+
+class SettingsTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void setReachesTheModuleWithReversedAddressesAndTakesEffect() {
+    ModSim sim({"--count", "2"});
+    QVERIFY(sim.Start());
+    LabWindow w;
+    QVERIFY(w.dialog.OnInitDialog());
+    CCellColorList& list = w.dialog.ModuleList();
+    QTRY_COMPARE(list.RowCount(), 2);
+    w.dialog.SelectRow(1);
+    EnterLan(w.dialog, "10.77.200.9", "255.255.0.0", "10.77.0.254");
+    w.prompter.answers.enqueue(true);
+    w.dialog.configPage->OnSet();
+    QCOMPARE(w.prompter.questionTitles, QStringList{"Warning"});
+
+    QTRY_COMPARE(FramesOf(sim, 3).size(), 1);
+    const QString frame = FramesOf(sim, 3).first();
+    QVERIFY2(frame.startsWith("1225 554803030000000000c904"), qPrintable(frame));
+    // Source: the PC side of the lab; target: the second module; then the body.
+    QCOMPARE(frame.mid(5 + 22, 24), QString("025456000001000ee3000002"));
+    QCOMPARE(frame.mid(5 + 46, 26), QString("00" "09c84d0a" "0000ffff" "fe004d0a"));
+    QTRY_COMPARE(w.prompter.Texts(), QStringList{" Module ip is changed !!!"});
+
+    // The row changes only with the next search.
+    QCOMPARE(list.GetItemText(1, 2), QString("10.77.128.2"));
+    w.dialog.OnFindDevices();
+    QTRY_COMPARE(list.RowCount(), 2);
+    QTRY_COMPARE(list.GetItemText(list.table().FindRow("00-0E-E3-00-00-02"), 2), QString("10.77.200.9"));
+    QCOMPARE(list.GetItemText(list.table().FindRow("00-0E-E3-00-00-02"), 4), QString("10.77.0.254"));
+  }
+
+  void refusalShowsItsTextAndChangesNothing() {
+    ModSim sim({"--set-refusal", "2"});
+    QVERIFY(sim.Start());
+    LabWindow w;
+    QVERIFY(w.dialog.OnInitDialog());
+    QTRY_COMPARE(w.dialog.ModuleList().RowCount(), 1);
+    w.dialog.SelectRow(0);
+    EnterLan(w.dialog, "10.77.200.9", "255.255.0.0", "10.77.0.254");
+    w.prompter.answers.enqueue(true);
+    w.dialog.configPage->OnSet();
+    QTRY_COMPARE(w.prompter.Texts(), QStringList{" 2: Invalid Subnet mask"});
+    w.dialog.OnFindDevices();
+    QTRY_COMPARE(w.dialog.ModuleList().RowCount(), 1);
+    QCOMPARE(w.dialog.ModuleList().GetItemText(0, 2), QString("10.77.128.1"));
+  }
+};
+
+TORVEK_LAB_MAIN(SettingsTest)
+#include "settings_test.moc"

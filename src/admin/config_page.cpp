@@ -4,8 +4,11 @@
 #include <algorithm>
 
 #include "admin/image_check.h"
+#include "admin/module_command.h"
+#include "admin/operation_dialogs.h"
 #include "admin/set_request.h"
 #include "core/main_dialog.h"
+#include "controls/cell_color_list.h"
 #include "core/module_record.h"
 #include "ui_config_page.h"
 
@@ -14,6 +17,8 @@ namespace torvek {
 namespace {
 
 constexpr int kMinimumFirmwareMajor = 3;
+constexpr auto kVersionGateText = " This function supports module firmware version 3.0 above";
+constexpr auto kNotSelectedText = "Module is not selected at the list, Please select module first!!!";
 
 int IpTypeIndex(const QString& text) {
   static const QStringList kTypes = {"static", "dhcp", "pppoe", "l2tp", "pptp", "3G"};
@@ -35,6 +40,8 @@ CConfigPage::CConfigPage(CMainDlg& main, QWidget* parent)
   setObjectName("config_page");
   connect(ui_->setButton, &QPushButton::clicked, this, &CConfigPage::OnSet);
   connect(ui_->refreshButton, &QPushButton::clicked, this, &CConfigPage::OnRefresh);
+  connect(ui_->moduleRebootButton, &QPushButton::clicked, this, &CConfigPage::OnModuleReboot);
+  connect(ui_->factoryDefaultButton, &QPushButton::clicked, this, &CConfigPage::OnFactoryDefault);
 }
 
 CConfigPage::~CConfigPage() = default;
@@ -62,7 +69,7 @@ void CConfigPage::ShowSettings(const QStringList& columns) {
 void CConfigPage::OnSet() {
   Prompter& prompter = main_.platform().prompter;
   if (main_.selectedFirmwareMajor < kMinimumFirmwareMajor) {
-    prompter.Message(" This function supports module firmware version 3.0 above");
+    prompter.Message(kVersionGateText);
     return;
   }
   if (!prompter.AskYesNo("Would like to change Information", "Warning")) return;
@@ -118,6 +125,65 @@ bool CConfigPage::CheckImageFile(int model, int operation, QString path) {
       CheckImagePath(model, operation, QFile::encodeName(path).toStdString());
   for (const std::string& text : refusal) main_.platform().prompter.Message(QString::fromStdString(text));
   return refusal.empty();
+}
+
+bool CConfigPage::ConfigPageBusy() {
+  SetOperationStatus(QString());
+  Prompter& prompter = main_.platform().prompter;
+  if (main_.fileJobRunning) {
+    prompter.Message("Module config is running !!!");
+    return true;
+  }
+  if (main_.ModuleList().RowCount() == 0) {
+    prompter.Message("There is no module at the list, Please do the search button first!!!");
+    return true;
+  }
+  return false;
+}
+
+void CConfigPage::SendModuleCommand(std::uint8_t command, bool all, std::int32_t parameter) {
+  FrameBuffer frame{};
+  FillModuleCommand(frame.data(), command, main_.selectedFirmwareMajor, all, main_.pcMac,
+                    main_.selectedModuleMac, parameter);
+  // A broadcast: the target MAC alone names the module.
+  main_.SendFrame(frame.data(), frame::kRequestLength);
+}
+
+void CConfigPage::OnModuleReboot() {
+  SendShortCommand(frame::kCmdReboot, "Are you sure to reboot?", "Reboot command is sent");
+}
+
+void CConfigPage::OnFactoryDefault() {
+  SendShortCommand(frame::kCmdFactoryDefault, "Are you sure to make factory default configuration?",
+                   "Factory default command is sent");
+}
+
+void CConfigPage::SendShortCommand(std::uint8_t command, const QString& question,
+                                   const QString& sentText) {
+  if (ConfigPageBusy()) return;
+  Prompter& prompter = main_.platform().prompter;
+  if (main_.selectedFirmwareMajor < kMinimumFirmwareMajor) {
+    prompter.Message(kVersionGateText);
+    return;
+  }
+  if (!prompter.AskYesNo(question)) return;
+  CHowManyDlg howMany(this);
+  if (prompter.RunDialog(howMany) != QDialog::Accepted) return;
+  if (howMany.choice == 0 && main_.selectedRow == -1) {
+    prompter.Message(kNotSelectedText);
+    return;
+  }
+  SendModuleCommand(command, howMany.choice != 0, kNoParameter);
+  // Gone out, not necessarily carried out.
+  SetOperationStatus(sentText);
+}
+
+void CConfigPage::SendCompanyId(bool all) {
+  Prompter& prompter = main_.platform().prompter;
+  CCompanyIdDlg company(this);
+  if (prompter.RunDialog(company) != QDialog::Accepted) return;
+  if (!prompter.AskYesNo("Are you sure to change company ID?")) return;
+  SendModuleCommand(frame::kCmdSetCompanyId, all, company.choice);
 }
 
 }  // namespace torvek

@@ -5,6 +5,7 @@
 
 #include <QStringList>
 #include <QWidget>
+#include <cstdint>
 #include <memory>
 
 namespace Ui {
@@ -34,7 +35,21 @@ class CConfigPage : public QWidget {
   // false the operator has been told.
   bool CheckImageFile(int model, int operation, QString path);
 
+  // The guard of the operations that must not run beside an upload or on an
+  // empty list; true when the operator has been told why not.
+  bool ConfigPageBusy();
+  // A short command, broadcast; all targets every module. parameter -1: none.
+  void SendModuleCommand(std::uint8_t command, bool all, std::int32_t parameter);
+  void OnModuleReboot();
+  void OnFactoryDefault();
+  // The company ID, once the Change system data dialog has chosen it as the
+  // operation: asks which company and sends it to the chosen modules.
+  void SendCompanyId(bool all);
+
  private:
+  // Reboot and factory default share their steps but for these texts.
+  void SendShortCommand(std::uint8_t command, const QString& question, const QString& sentText);
+
   CMainDlg& main_;
   std::unique_ptr<Ui::ConfigPage> ui_;
 };

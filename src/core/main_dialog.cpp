@@ -7,11 +7,13 @@
 #include <QPainter>
 #include <QScreen>
 #include <QTabWidget>
+#include <QThread>
 
 #include "admin/config_page.h"
 #include "controls/cell_color_list.h"
 #include "core/answer_dispatch.h"
 #include "core/daily_log.h"
+#include "core/file_targets.h"
 #include "core/module_record.h"
 #include "core/start_up_texts.h"
 #include "production/jig_page.h"
@@ -86,6 +88,7 @@ CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
   connect(ui_->exitButton, &QPushButton::clicked, this, &QDialog::accept);
   connect(ui_->cancelButton, &QPushButton::clicked, this, &QDialog::reject);
   connect(ui_->tabControl, &QTabWidget::currentChanged, this, &CMainDlg::ShowTab);
+  connect(ui_->useLanIpCheck, &QCheckBox::clicked, this, &CMainDlg::OnUseLanIp);
 }
 
 CMainDlg::~CMainDlg() {
@@ -209,6 +212,60 @@ bool CMainDlg::SendFrame(std::uint8_t* frame, std::size_t length) {
     return false;
   }
   return true;
+}
+
+bool CMainDlg::SendFrameAndSearch(std::uint8_t* frame) {
+  const bool sent = SendFrame(frame, frame::kRequestLength);
+  OnFindDevices();
+  return sent;
+}
+
+bool CMainDlg::SendFileFrame(const std::uint8_t* frame, std::size_t length) {
+  if (fileJobBroadcast != 0) {
+    // Nobody is told of a lost broadcast block.
+    int ignored = 0;
+    managementSocket.SendTo(frame, length, frame::kModulePort, "255.255.255.255", &ignored);
+    return true;
+  }
+  // Decided afresh for every block: the list and the selection as they are now.
+  std::vector<std::string> targets;
+  const auto collect = [this, &targets] {
+    if (fileJobAll == 0)
+      targets = {selectedModuleIp.toStdString()};
+    else
+      targets = FileTargetAddresses(moduleList_->table(), fileJobModel, useLanIp != 0);
+  };
+  if (QThread::currentThread() == thread())
+    collect();
+  else
+    QMetaObject::invokeMethod(this, collect, Qt::BlockingQueuedConnection);
+
+  int error = 0;
+  for (const std::string& address : targets)
+    if (managementSocket.SendTo(frame, length, frame::kModulePort, address, &error) == -1) {
+      const QString text = QString::asprintf(" SendTo cmd Error(%d)= %x", error,
+                                             static_cast<unsigned>(frame[frame::kCommand]));
+      QMetaObject::invokeMethod(
+          configPage, [page = configPage, text] { page->SetOperationStatus(text); },
+          QThread::currentThread() == thread() ? Qt::DirectConnection : Qt::QueuedConnection);
+      return false;
+    }
+  return true;
+}
+
+void CMainDlg::PingAllModules() {
+  for (int row = 0; row < moduleList_->RowCount(); ++row)
+    platform_.launcher.StartHidden("ping", {"-c", "2", AddressOfRow(row)});
+  platform_.clock.WaitOnUiThread(2000);
+}
+
+void CMainDlg::OnUseLanIp() {
+  useLanIp = ui_->useLanIpCheck->isChecked() ? 1 : 0;
+  // Without a selected row there is nothing to read, and the addresses stay.
+  if (selectedRow < 0 || selectedRow >= moduleList_->RowCount()) return;
+  selectedAddress = AddressOfRow(selectedRow);
+  // Also during an upload: its next unicast blocks go to the new address.
+  selectedModuleIp = selectedAddress;
 }
 
 void CMainDlg::OnFindDevices() {

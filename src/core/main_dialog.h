@@ -43,6 +43,16 @@ class CMainDlg : public QDialog {
   // Management frames.
   bool SendFrame(std::uint8_t* frame, std::size_t length);
   void StampFrame(std::uint8_t* frame, std::size_t length);
+  // A request whose answer changes the list: send it and search again.
+  bool SendFrameAndSearch(std::uint8_t* frame);
+  // One block of a file job, by the job's settings; not stamped here. Safe to
+  // call from the file sender: the list and the selection are read on the UI
+  // thread. False when a send failed; the status line tells it.
+  bool SendFileFrame(const std::uint8_t* frame, std::size_t length);
+  // Pings every row (hidden, not waited for), then holds the UI thread 2 s so
+  // that the modules' ARP entries are fresh before the first block.
+  void PingAllModules();
+  void OnUseLanIp();
 
   // Discovery and the selection.
   void OnFindDevices();
@@ -86,6 +96,11 @@ class CMainDlg : public QDialog {
   QString selectedModuleIp;
   int useLanIp = 1;
   std::atomic<bool> fileJobRunning{false};
+  // The file job: 1 broadcasts every block; 1 sends to all rows rather than
+  // the selected module; the job's model code.
+  std::atomic<int> fileJobBroadcast{0};
+  std::atomic<int> fileJobAll{0};
+  std::atomic<int> fileJobModel{0};
   QString downloadPath;
 
   // Answers whose handlers live with other pages; those pages put them here.

@@ -158,6 +158,7 @@ const char* UsageText() {
          "  --truncate N             send only the first N bytes of every record\n"
          "  --pace-us U              microseconds between records; 0 is a burst (0)\n"
          "  --log FILE               append '<ip>:<port> <length> <hex>' per received datagram\n"
+         "  --log-destination        end each log line with ' <address it was sent to>'\n"
          "  --ready FILE             create FILE (holding the pid) once the socket is bound\n"
          "  --exit-after-searches N  exit after answering N searches\n"
          "  --lifetime S             exit after S seconds, 1..86400 (600)\n"
@@ -247,7 +248,8 @@ bool ParseOptions(int argc, char** argv, SimOptions& o, std::string& error) {
       {"--lifetime", number(1, 86400, o.lifetimeSeconds)},
   };
   const std::map<std::string, bool*> flags = {
-      {"--wan", &o.wan}, {"--dup-mac", &o.dupMac}, {"--quiet", &o.quiet},
+      {"--wan", &o.wan}, {"--dup-mac", &o.dupMac},
+      {"--log-destination", &o.logDestination}, {"--quiet", &o.quiet},
       {"--help", &o.help}, {"-h", &o.help}};
 
   for (int i = 1; i < argc; ++i) {

@@ -39,6 +39,7 @@ struct SimOptions {
   int truncate = -1;  // -1: whole records
   long paceUs = 0;
   std::string logPath;
+  bool logDestination = false;
   std::string readyPath;
   int exitAfterSearches = 0;  // 0: never
   int lifetimeSeconds = 600;

@@ -101,6 +101,8 @@ bool SimServer::Open(std::string& error) {
   }
   const int on = 1;
   setsockopt(fd_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  // Tells each datagram's destination, for the log.
+  setsockopt(fd_, IPPROTO_IP, IP_PKTINFO, &on, sizeof on);
   // Best effort: the kernel caps both at its own limits.
   setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &kSocketBuffer, sizeof kSocketBuffer);
   setsockopt(fd_, SOL_SOCKET, SO_SNDBUF, &kSocketBuffer, sizeof kSocketBuffer);
@@ -209,6 +211,11 @@ void SimServer::DrainSocket() {
     message.msg_namelen = sizeof datagram.from;
     message.msg_iov = &iov;
     message.msg_iovlen = 1;
+    struct alignas(cmsghdr) {
+      char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
+    } control{};
+    message.msg_control = control.bytes;
+    message.msg_controllen = sizeof control.bytes;
     const ssize_t n = recvmsg(fd_, &message, MSG_DONTWAIT);
     if (n < 0) {
       if (errno == EINTR) continue;
@@ -216,6 +223,13 @@ void SimServer::DrainSocket() {
         std::fprintf(stderr, "modsim: receive: %s\n", std::strerror(errno));
       }
       return;
+    }
+    for (cmsghdr* c = CMSG_FIRSTHDR(&message); c != nullptr; c = CMSG_NXTHDR(&message, c)) {
+      if (c->cmsg_level == IPPROTO_IP && c->cmsg_type == IP_PKTINFO) {
+        in_pktinfo info{};
+        std::memcpy(&info, CMSG_DATA(c), sizeof info);
+        datagram.to = info.ipi_addr;
+      }
     }
     datagram.bytes = receiveBuffer_.data();
     datagram.length = static_cast<std::size_t>(n);
@@ -238,6 +252,12 @@ void SimServer::LogDatagram(const Datagram& datagram) {
   for (std::size_t i = 0; i < datagram.length; ++i) {
     hexLine_ += kDigits[datagram.bytes[i] >> 4];
     hexLine_ += kDigits[datagram.bytes[i] & 0x0F];
+  }
+  if (options_.logDestination) {
+    char to[INET_ADDRSTRLEN] = {};
+    inet_ntop(AF_INET, &datagram.to, to, sizeof to);
+    hexLine_ += ' ';
+    hexLine_ += to;
   }
   hexLine_ += '\n';
   std::fwrite(hexLine_.data(), 1, hexLine_.size(), log_);

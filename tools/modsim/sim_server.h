@@ -40,6 +40,7 @@ class SimServer {
 
   struct Datagram {
     sockaddr_in from{};
+    in_addr to{};  // the address it was sent to
     const std::uint8_t* bytes = nullptr;
     std::size_t length = 0;
     Clock::time_point arrived;

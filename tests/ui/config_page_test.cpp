@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFile>
 #include <QLabel>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -235,6 +236,24 @@ class ConfigPageTest : public QObject {
     // With a row selected, Selected Module stands without a word.
     emit Control<QComboBox>(dlg, 1108)->activated(0);
     QCOMPARE(prompter.boxes.size(), 1);
+  }
+
+  void imageCheckTellsEachRefusalInItsBoxes() {
+    CMainDlg main(platform);
+    CConfigPage page(main);
+    const auto file = [this](const QString& name, const QByteArray& bytes) {
+      QFile f(dir.filePath(name));
+      f.open(QIODevice::WriteOnly);
+      f.write(bytes);
+      return f.fileName();
+    };
+    const QString logo = file("logo.png", QByteArray("\x89PNG") + QByteArray(100, 0));
+    QVERIFY(!page.CheckImageFile(kModel740, 2, logo));
+    QCOMPARE(prompter.Texts(), (QStringList{" Invalid logo file", "Error:Invalid module logo file format"}));
+    QVERIFY(page.CheckImageFile(kModel730, 2, file("logo.gif", "GIF89a")));
+    QVERIFY(!page.CheckImageFile(kModel730, 0, dir.filePath("missing.bin")));
+    QCOMPARE(prompter.Texts().last(), QString("Error:Invalid module(730) firmware file format"));
+    QCOMPARE(prompter.boxes.size(), 3);
   }
 
   void useLanIpPicksTheColumnOfTheSelectedRow() {

@@ -47,7 +47,8 @@ class CMainDlg : public QDialog {
   bool SendFrameAndSearch(std::uint8_t* frame);
   // One block of a file job, by the job's settings; not stamped here. Safe to
   // call from the file sender: the list and the selection are read on the UI
-  // thread. False when a send failed; the status line tells it.
+  // thread, by a blocking call, so the UI thread must never wait for a sender
+  // that is inside it. False when a send failed; the status line tells it.
   bool SendFileFrame(const std::uint8_t* frame, std::size_t length);
   // Pings every row (hidden, not waited for), then holds the UI thread 2 s so
   // that the modules' ARP entries are fresh before the first block.

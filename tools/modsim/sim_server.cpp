@@ -63,6 +63,29 @@ timespec ToTimespec(std::chrono::steady_clock::duration d) {
   return timespec{static_cast<time_t>(ns / 1'000'000'000), static_cast<long>(ns % 1'000'000'000)};
 }
 
+// The control block that makes a datagram leave from one module's address.
+struct alignas(cmsghdr) SourceControl {
+  char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
+};
+
+// Fills header's name, one buffer and the source address of the datagram.
+void PrepareMessage(msghdr& header, sockaddr_in* to, iovec* iov, SourceControl& control,
+                    const Ipv4& source) {
+  header.msg_name = to;
+  header.msg_namelen = sizeof *to;
+  header.msg_iov = iov;
+  header.msg_iovlen = 1;
+  header.msg_control = control.bytes;
+  header.msg_controllen = sizeof control.bytes;
+  cmsghdr* c = CMSG_FIRSTHDR(&header);
+  c->cmsg_level = IPPROTO_IP;
+  c->cmsg_type = IP_PKTINFO;
+  c->cmsg_len = CMSG_LEN(sizeof(in_pktinfo));
+  in_pktinfo info{};
+  info.ipi_spec_dst = InAddr(source);
+  std::memcpy(CMSG_DATA(c), &info, sizeof info);
+}
+
 }  // namespace
 
 SimServer::SimServer(const SimOptions& options, std::vector<VirtualModule> modules)
@@ -319,10 +342,7 @@ void SimServer::ProgressJob(AnswerJob& job) {
 void SimServer::SendBatch(AnswerJob& job, std::size_t count) {
   std::array<mmsghdr, kBatch> messages{};
   std::array<iovec, kBatch> iovs{};
-  struct alignas(cmsghdr) Control {
-    char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
-  };
-  std::array<Control, kBatch> controls{};
+  std::array<SourceControl, kBatch> controls{};
 
   for (std::size_t j = 0; j < count; ++j) {
     const std::size_t k = job.next + j;
@@ -331,21 +351,8 @@ void SimServer::SendBatch(AnswerJob& job, std::size_t count) {
     if (options_.truncate >= 0) length = std::min(length, static_cast<std::size_t>(options_.truncate));
     iovs[j] = {sendBuffers_[j].data(), length};
 
-    msghdr& header = messages[j].msg_hdr;
-    header.msg_name = &job.to;
-    header.msg_namelen = sizeof job.to;
-    header.msg_iov = &iovs[j];
-    header.msg_iovlen = 1;
-    header.msg_control = controls[j].bytes;
-    header.msg_controllen = sizeof controls[j].bytes;
     // Each record leaves from its own module's address.
-    cmsghdr* control = CMSG_FIRSTHDR(&header);
-    control->cmsg_level = IPPROTO_IP;
-    control->cmsg_type = IP_PKTINFO;
-    control->cmsg_len = CMSG_LEN(sizeof(in_pktinfo));
-    in_pktinfo info{};
-    info.ipi_spec_dst = InAddr(module.labAddress);
-    std::memcpy(CMSG_DATA(control), &info, sizeof info);
+    PrepareMessage(messages[j].msg_hdr, &job.to, &iovs[j], controls[j], module.labAddress);
   }
 
   int sent = 0;
@@ -395,24 +402,10 @@ void SimServer::SendAnswer(const VirtualModule& module, const Datagram& datagram
   for (std::size_t i = 0; i < peer.size(); ++i) peer[i] = datagram.At(offset::sourceMac + i);
   std::array<std::uint8_t, kHeaderLength> bytes{};
   iovec iov{bytes.data(), BuildAnswer(module, peer, command, result, bytes.data())};
-  struct alignas(cmsghdr) {
-    char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
-  } control{};
+  SourceControl control{};
   sockaddr_in to = datagram.from;
   msghdr header{};
-  header.msg_name = &to;
-  header.msg_namelen = sizeof to;
-  header.msg_iov = &iov;
-  header.msg_iovlen = 1;
-  header.msg_control = control.bytes;
-  header.msg_controllen = sizeof control.bytes;
-  cmsghdr* c = CMSG_FIRSTHDR(&header);
-  c->cmsg_level = IPPROTO_IP;
-  c->cmsg_type = IP_PKTINFO;
-  c->cmsg_len = CMSG_LEN(sizeof(in_pktinfo));
-  in_pktinfo info{};
-  info.ipi_spec_dst = InAddr(module.labAddress);
-  std::memcpy(CMSG_DATA(c), &info, sizeof info);
+  PrepareMessage(header, &to, &iov, control, module.labAddress);
   if (sendmsg(fd_, &header, 0) < 0)
     std::fprintf(stderr, "modsim: answer %d of %s failed: %s\n", command,
                  AddressText(module.labAddress).c_str(), std::strerror(errno));

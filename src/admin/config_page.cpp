@@ -7,8 +7,8 @@
 #include "admin/module_command.h"
 #include "admin/operation_dialogs.h"
 #include "admin/set_request.h"
-#include "core/main_dialog.h"
 #include "controls/cell_color_list.h"
+#include "core/main_dialog.h"
 #include "core/module_record.h"
 #include "ui_config_page.h"
 

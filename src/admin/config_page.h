@@ -15,7 +15,6 @@ class ConfigPage;
 namespace torvek {
 
 class CMainDlg;
-class CIpAddressCtrl;
 
 class CConfigPage : public QWidget {
   Q_OBJECT

@@ -1,5 +1,5 @@
-// The settings panel against virtual modules: the Set request's bytes, the
-// module's answers, and the search that a factory default sets off.
+// The settings panel against virtual modules: the checks of Set in their
+// order, the request's bytes, and the module's answers.
 #include <QApplication>
 #include <QtTest/QTest>
 

@@ -2,8 +2,10 @@
 
 #include <QHBoxLayout>
 #include <QIntValidator>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <algorithm>
 
 namespace torvek {
 
@@ -23,15 +25,56 @@ CIpAddressCtrl::CIpAddressCtrl(QWidget* parent) : QFrame(parent) {
     field->setAccessibleName(QString("field %1").arg(i + 1));
     fields_[i] = field;
     layout->addWidget(field, 1);
-    // A full field or a dot moves on to the next one, as such edits do.
+    field->installEventFilter(this);
+    // A full field moves on to the next one.
     if (i + 1 < fields_.size()) {
       connect(field, &QLineEdit::textEdited, this, [this, i](const QString& text) {
-        if (text.endsWith('.')) fields_[i]->setText(text.chopped(1));
-        if (text.size() == 3 || text.endsWith('.')) fields_[i + 1]->setFocus();
+        if (text.size() == 3) MoveTo(static_cast<int>(i) + 1, true);
       });
     }
   }
   setFocusProxy(fields_[0]);
+}
+
+void CIpAddressCtrl::MoveTo(int index, bool selectAll) {
+  if (index < 0 || index >= static_cast<int>(fields_.size())) return;
+  QLineEdit* field = fields_[static_cast<std::size_t>(index)];
+  field->setFocus();
+  if (selectAll)
+    field->selectAll();
+  else
+    field->end(false);
+}
+
+bool CIpAddressCtrl::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() != QEvent::KeyPress) return QFrame::eventFilter(watched, event);
+  const auto it = std::find(fields_.begin(), fields_.end(), watched);
+  if (it == fields_.end()) return QFrame::eventFilter(watched, event);
+  const int index = static_cast<int>(it - fields_.begin());
+  QLineEdit* field = *it;
+  const auto* key = static_cast<QKeyEvent*>(event);
+  // The validator takes digits only, so the separator is handled here: it
+  // moves on to the next field once this one holds a number.
+  if (key->text() == "." || key->text() == ",") {
+    if (!field->text().isEmpty()) MoveTo(index + 1, true);
+    return true;
+  }
+  if (key->key() == Qt::Key_Backspace && field->cursorPosition() == 0 && !field->hasSelectedText() &&
+      index > 0) {
+    MoveTo(index - 1, false);
+    return true;
+  }
+  if (key->key() == Qt::Key_Left && field->cursorPosition() == 0 && index > 0) {
+    MoveTo(index - 1, false);
+    return true;
+  }
+  if (key->key() == Qt::Key_Right && field->cursorPosition() == field->text().size() &&
+      index + 1 < static_cast<int>(fields_.size())) {
+    fields_[static_cast<std::size_t>(index) + 1]->setFocus();
+    fields_[static_cast<std::size_t>(index) + 1]->home(false);
+    return true;
+  }
+  return QFrame::eventFilter(watched, event);
 }
 
 std::uint32_t CIpAddressCtrl::GetAddress() const {

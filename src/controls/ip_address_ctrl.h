@@ -24,7 +24,13 @@ class CIpAddressCtrl : public QFrame {
   QString Text() const;
   QLineEdit* Field(int i) const { return fields_[static_cast<std::size_t>(i)]; }
 
+ protected:
+  // Dot and comma move to the next field; Backspace, Left and Right cross
+  // field edges.
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
  private:
+  void MoveTo(int index, bool selectAll);
   std::array<QLineEdit*, 4> fields_{};
 };
 

@@ -5,6 +5,7 @@
 #include <QComboBox>
 #include <QFile>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QtTest/QTest>
@@ -254,6 +255,33 @@ class ConfigPageTest : public QObject {
     QVERIFY(!page.CheckImageFile(kModel730, 0, dir.filePath("missing.bin")));
     QCOMPARE(prompter.Texts().last(), QString("Error:Invalid module(730) firmware file format"));
     QCOMPARE(prompter.boxes.size(), 3);
+  }
+
+  void addressEditTakesTypedDotsAndBackspace() {
+    CIpAddressCtrl edit;
+    edit.show();
+    edit.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&edit));
+    edit.setFocus();
+    // Keys go where the focus is, as they would under the operator's hands.
+    const auto type = [](const QString& keys) {
+      for (QChar c : keys) QTest::keyClick(QApplication::focusWidget(), c.toLatin1());
+    };
+    type("192.168.1.5");
+    QCOMPARE(edit.Text(), QString("192.168.1.5"));
+    QCOMPARE(edit.GetAddress(), 0xC0A80105u);
+    // A dot in an empty field stays there; a dot after a full field is no second move.
+    edit.SetText("");
+    edit.Field(0)->setFocus();
+    type(".10.0..7");
+    QCOMPARE(edit.Text(), QString("10.0.7."));
+    // Backspace at a field's start goes back into the field before.
+    QCOMPARE(QApplication::focusWidget(), edit.Field(2));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backspace);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backspace);
+    QCOMPARE(QApplication::focusWidget(), edit.Field(1));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backspace);
+    QCOMPARE(edit.Text(), QString("10..."));
   }
 
   void useLanIpPicksTheColumnOfTheSelectedRow() {

@@ -56,4 +56,21 @@ std::string BuildConsoleLine(std::string_view input, int terminatorRow) {
   return line;
 }
 
+void ConsoleBox::Append(std::string_view displayText) {
+  if (Lines() >= kConsoleMaxLines) Clear();
+  text_.reserve(text_.size() + displayText.size());
+  for (char c : displayText) {
+    if (c == '\r') continue;
+    if (c == '\n') ++breaks_;
+    text_ += c;
+  }
+}
+
+void ConsoleBox::Clear() {
+  text_.clear();
+  breaks_ = 0;
+  emptiedSinceShown = true;
+  shownSize = 0;
+}
+
 }  // namespace torvek

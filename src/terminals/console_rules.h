@@ -30,13 +30,30 @@ std::string IntervalText(int row);
 
 // The box is emptied, not trimmed, once it holds this many lines.
 inline constexpr int kConsoleMaxLines = 4096;
-// lastSentText holds at most this much, NUL included.
-inline constexpr std::size_t kLastSentSize = 1024;
 // A line to send is built in a buffer of this size, NUL included.
 inline constexpr std::size_t kSendLineSize = 16384;
 
 // The line a send puts out: the input cut so that it and its terminator fit
 // the line buffer, then the terminator.
 std::string BuildConsoleLine(std::string_view input, int terminatorRow);
+
+// The text of the log box. A CR LF or a lone LF breaks a line, a lone CR is
+// not shown. Once the box holds kConsoleMaxLines lines it is emptied before
+// the next text goes in, so the work per text stays bounded.
+class ConsoleBox {
+ public:
+  void Append(std::string_view displayText);
+  void Clear();
+  const std::string& Text() const { return text_; }
+  int Lines() const { return breaks_ + 1; }
+  // What the view has not been given yet: all of Text() after an emptying,
+  // else the part behind `shownSize`.
+  bool emptiedSinceShown = false;
+  std::size_t shownSize = 0;
+
+ private:
+  std::string text_;
+  int breaks_ = 0;
+};
 
 }  // namespace torvek

@@ -40,5 +40,21 @@ TEST(ConsoleRules, ALongInputIsCutSoThatItsTerminatorStillFits) {
   EXPECT_EQ(BuildConsoleLine("", 0), "");
 }
 
+TEST(ConsoleRules, TheBoxIsEmptiedNotTrimmedOnceItHoldsTheLineLimit) {
+  ConsoleBox box;
+  box.Append("a\r\nb\rc");  // a lone CR is not shown
+  EXPECT_EQ(box.Text(), "a\nbc");
+  EXPECT_EQ(box.Lines(), 2);
+  for (int i = 2; i < kConsoleMaxLines; ++i) box.Append("x\n");
+  EXPECT_EQ(box.Lines(), kConsoleMaxLines);
+  box.emptiedSinceShown = false;
+  box.shownSize = box.Text().size();
+  // The limit is looked at before the text goes in: the new text starts the box.
+  box.Append("first\nsecond");
+  EXPECT_EQ(box.Text(), "first\nsecond");
+  EXPECT_TRUE(box.emptiedSinceShown);
+  EXPECT_EQ(box.shownSize, 0u);
+}
+
 }  // namespace
 }  // namespace torvek

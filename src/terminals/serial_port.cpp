@@ -34,6 +34,8 @@ int CSerialPort::Open(std::uint32_t port, std::uint32_t baud, std::uint32_t data
     // Held off; a pseudo-terminal has no such lines, which is no failure.
     serial->setDataTerminalReady(false);
     serial->setRequestToSend(false);
+    // What came in while nobody had the port open is not this session's.
+    serial->clear(QSerialPort::Input);
     serial->clearError();
     port_ = std::move(serial);
     openResult = 1;

@@ -12,6 +12,7 @@
 #include <QScrollBar>
 #include <QTabWidget>
 #include <QThread>
+#include <QTimer>
 
 #include "admin/config_page.h"
 #include "controls/cell_color_list.h"
@@ -529,8 +530,12 @@ void CMainDlg::OpenSerial() {
   serialThread_ = thread;
   serialReader_ = reader;
   const std::uint64_t session = ++serialSession_;
-  connect(reader, &SerialReader::TextsReady, this, [this, session] { OnSerialTexts(session); },
-          Qt::QueuedConnection);
+  // Texts are taken a few milliseconds after the first of a batch: a fast
+  // line then wakes the UI thread about a hundred times a second, not once
+  // per read, and a prompt still shows without a visible delay.
+  connect(reader, &SerialReader::TextsReady, this, [this, session] {
+    QTimer::singleShot(10, this, [this, session] { OnSerialTexts(session); });
+  }, Qt::QueuedConnection);
 }
 
 void CMainDlg::CloseSerial() {
@@ -550,7 +555,6 @@ void CMainDlg::OnSerialTexts(std::uint64_t session) {
   if (session != serialSession_ || !serialReader_) return;
   const QList<SerialText> texts = serialReader_->TakeTexts();
   for (const SerialText& t : texts) FeedSerialText(0, t.text, t.tick);
-  if (!upgradeActive && consolePage) consolePage->FlushOutput();
 }
 
 void CMainDlg::FeedSerialText(int direction, const QByteArray& text, std::int64_t tick) {

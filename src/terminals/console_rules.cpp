@@ -1,5 +1,6 @@
 #include "terminals/console_rules.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace torvek {
@@ -58,12 +59,13 @@ std::string BuildConsoleLine(std::string_view input, int terminatorRow) {
 
 void ConsoleBox::Append(std::string_view displayText) {
   if (Lines() >= kConsoleMaxLines) Clear();
-  text_.reserve(text_.size() + displayText.size());
-  for (char c : displayText) {
-    if (c == '\r') continue;
-    if (c == '\n') ++breaks_;
-    text_ += c;
+  breaks_ += static_cast<int>(std::count(displayText.begin(), displayText.end(), '\n'));
+  // Copied in runs between the CRs, which are not shown.
+  for (std::size_t cr; (cr = displayText.find('\r')) != std::string_view::npos;) {
+    text_.append(displayText.substr(0, cr));
+    displayText.remove_prefix(cr + 1);
   }
+  text_.append(displayText);
 }
 
 void ConsoleBox::Clear() {

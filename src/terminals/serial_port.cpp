@@ -82,6 +82,8 @@ void SerialReader::Write(const QByteArray& bytes) {
 }
 
 QList<SerialText> SerialReader::TakeTexts() {
+  // Cleared first: what comes in behind the take is told again.
+  told_ = false;
   QMutexLocker lock(&queueLock_);
   return std::exchange(queue_, {});
 }
@@ -103,13 +105,11 @@ void SerialReader::OnReadyRead() {
       FeedBulk(data, static_cast<std::size_t>(bytes.size()), deliver);
   }
   if (texts.isEmpty()) return;
-  bool wasEmpty;
   {
     QMutexLocker lock(&queueLock_);
-    wasEmpty = queue_.isEmpty();
     queue_.append(std::move(texts));
   }
-  if (wasEmpty) emit TextsReady();
+  if (!told_.exchange(true)) emit TextsReady();
 }
 
 }  // namespace torvek

@@ -53,8 +53,9 @@ struct SerialText {
 };
 
 // Lives on the reader thread. Received texts wait in a queue that the UI
-// thread empties with TakeTexts; TextsReady tells it once per filling, so a
-// fast line costs the UI thread one wake-up per batch, not one per read.
+// thread empties with TakeTexts; TextsReady is emitted once until the next
+// TakeTexts, so a fast line costs the UI thread one wake-up per batch, not
+// one per read.
 class SerialReader : public QObject {
   Q_OBJECT
  public:
@@ -84,6 +85,7 @@ class SerialReader : public QObject {
   SerialChunker chunker_;
   QMutex queueLock_;
   QList<SerialText> queue_;
+  std::atomic<bool> told_{false};
 };
 
 }  // namespace torvek

@@ -249,6 +249,28 @@ class ConsoleTest : public QObject {
     QTRY_COMPARE((second += other.Read()), QByteArray("\n"));
     QTest::qWait(100);
     QVERIFY(!box->toPlainText().contains("after close"));
+
+    // Enter in the page sends, Esc does nothing; neither ends the window.
+    input->setText("enter");
+    QTest::keyClick(input, Qt::Key_Return);
+    QTest::keyClick(input, Qt::Key_Escape);
+    second.clear();
+    QTRY_COMPARE((second += other.Read()), QByteArray("enter"));
+    QVERIFY(w.dialog.isVisible());
+
+    // Clear Buffer empties only the box; Log Viewer opens the file; Load Data
+    // reads the chosen list.
+    ById<QAbstractButton>(page, 1035)->click();
+    QCOMPARE(box->toPlainText(), QString());
+    QVERIFY(QFileInfo(w.dialog.dailyLogPath).size() > 100);
+    ById<QAbstractButton>(page, 1036)->click();
+    QCOMPARE(w.launcher.started, (QList<QStringList>{{"open", w.dialog.dailyLogPath}}));
+    WriteFile(w.dir.filePath("other.txt"), "x;y;z\n");
+    w.prompter.fileNames << w.dir.filePath("other.txt") << QString();
+    ById<QAbstractButton>(page, 1033)->click();
+    QCOMPARE(w.dialog.commandList().RowCount(), 1);
+    ById<QAbstractButton>(page, 1033)->click();  // cancelled: the list stays
+    QCOMPARE(w.dialog.commandList().RowCount(), 1);
     QVERIFY(w.prompter.boxes.isEmpty());
   }
 

@@ -15,6 +15,9 @@ int CSerialPort::Open(std::uint32_t port, std::uint32_t baud, std::uint32_t data
                       std::uint32_t /*parity*/, std::uint32_t /*stopBits*/,
                       const QString& programDir, QStringList& failures) {
   Close();
+  // A damaged settings file opens what the setup dialog shows for it: a port
+  // row outside COM1-COM99 opens COM1, as other rows fall back to theirs.
+  port = PortRowInRange(port);
   const QString name = QString::fromStdString(PortName(port));
   const auto device = SerialDevicePath(port, programDir.toStdString());
   openResult = 0;

@@ -17,8 +17,11 @@ class PtyPair {
   PtyPair(const QString& endPath, const QString& peerPath) : endPath_(endPath), peerPath_(peerPath) {}
   ~PtyPair() {
     if (fd_ >= 0) ::close(fd_);
-    socat_.kill();
-    socat_.waitForFinished();
+    socat_.terminate();  // socat removes its links on the way out
+    if (!socat_.waitForFinished(2000)) {
+      socat_.kill();
+      socat_.waitForFinished();
+    }
   }
 
   bool Start() {

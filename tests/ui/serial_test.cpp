@@ -149,6 +149,13 @@ class SerialTest : public QObject {
     QFile::link("/nonexistent/tty", Dir() + "COM5");
     QCOMPARE(r.Open(Dir(), failures, 4), 0);
     QCOMPARE(failures.first(), QString("COM5"));
+    // A damaged port row opens COM1, the row the setup dialog shows for it.
+    failures.clear();
+    QFile::remove(Dir() + "COM1");
+    QFile::link("/nonexistent/tty", Dir() + "COM1");
+    QCOMPARE(r.Open(Dir(), failures, 0xFFFFFFFFu), 0);
+    QCOMPARE(failures.first(), QString("COM1"));
+    QFile::remove(Dir() + "COM1");
   }
 
   void setupDialogShowsTheRowsAndTheDeviceAndGivesBackTheChoice() {

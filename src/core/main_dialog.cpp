@@ -530,11 +530,15 @@ void CMainDlg::OpenSerial() {
   serialThread_ = thread;
   serialReader_ = reader;
   const std::uint64_t session = ++serialSession_;
-  // Texts are taken a few milliseconds after the first of a batch: a fast
-  // line then wakes the UI thread about a hundred times a second, not once
-  // per read, and a prompt still shows without a visible delay.
+  // For the console, texts are taken a few milliseconds after the first of a
+  // batch: a fast line then wakes the UI thread about a hundred times a
+  // second, not once per read, and nobody sees the delay. A script gets its
+  // chunks at once.
   connect(reader, &SerialReader::TextsReady, this, [this, session] {
-    QTimer::singleShot(10, this, [this, session] { OnSerialTexts(session); });
+    if (upgradeActive)
+      OnSerialTexts(session);
+    else
+      QTimer::singleShot(10, this, [this, session] { OnSerialTexts(session); });
   }, Qt::QueuedConnection);
 }
 

@@ -258,6 +258,26 @@ class ConsoleTest : public QObject {
     QTRY_COMPARE((second += other.Read()), QByteArray("enter"));
     QVERIFY(w.dialog.isVisible());
 
+    // During an upgrade run the chunks and the sent texts go to the script's
+    // sink, not to the console.
+    QList<QPair<int, QByteArray>> script;
+    w.dialog.upgraderSerialSink = [&](int direction, const QByteArray& text, int length) {
+      QCOMPARE(length, int(text.size()));
+      script.append({direction, text});
+    };
+    w.dialog.consolePage->FlushOutput();
+    const QString before = box->toPlainText();
+    w.dialog.upgradeActive = 1;
+    other.Write("abc\r\nRedBoot> ");
+    QTRY_COMPARE(script.size(), 3);
+    w.dialog.SendSerialText("fis list\r");
+    w.dialog.upgradeActive = 0;
+    QCOMPARE(script, (QList<QPair<int, QByteArray>>{
+                         {0, "abc\r"}, {0, "\n"}, {0, "RedBoot>"}, {1, "fis list\r"}}));
+    QTRY_COMPARE((second += other.Read()), QByteArray("enterfis list\r"));
+    QTest::qWait(50);
+    QCOMPARE(box->toPlainText(), before);
+
     // Clear Buffer empties only the box; Log Viewer opens the file; Load Data
     // reads the chosen list.
     ById<QAbstractButton>(page, 1035)->click();

@@ -140,7 +140,7 @@ class SerialTest : public QObject {
     QCOMPARE(pty.Read(), QByteArray());
   }
 
-  void aPortThatCannotOpenSaysSoInTheDocumentedOrder() {
+  void aPortThatCannotOpenSaysWhyInOrder() {
     ReaderOnThread r;
     QStringList failures;
     QCOMPARE(r.Open(Dir(), failures, 96), 0);  // COM97: no device without a link

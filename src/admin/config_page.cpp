@@ -1,12 +1,189 @@
 #include "admin/config_page.h"
 
+#include <QFile>
+#include <algorithm>
+
+#include "admin/image_check.h"
+#include "admin/module_command.h"
+#include "admin/operation_dialogs.h"
+#include "admin/set_request.h"
+#include "controls/cell_color_list.h"
+#include "core/main_dialog.h"
+#include "core/module_record.h"
+#include "ui_config_page.h"
+
 namespace torvek {
 
-CConfigPage::CConfigPage(QWidget* parent) : QWidget(parent) {
-  setObjectName("config_page");
-  setProperty("controlId", 129);
+namespace {
+
+constexpr int kMinimumFirmwareMajor = 3;
+constexpr auto kVersionGateText = " This function supports module firmware version 3.0 above";
+constexpr auto kNotSelectedText = "Module is not selected at the list, Please select module first!!!";
+
+int IpTypeIndex(const QString& text) {
+  static const QStringList kTypes = {"static", "dhcp", "pppoe", "l2tp", "pptp", "3G"};
+  const int index = static_cast<int>(kTypes.indexOf(text));
+  return index < 0 ? 0 : index;
 }
 
-void CConfigPage::SetOperationStatus(const QString& text) { operationStatus_ = text; }
+QString MacLabelText(const QByteArray& mac) {
+  QStringList bytes;
+  for (char b : mac) bytes << QString::asprintf("%02X", static_cast<unsigned char>(b));
+  return bytes.join(':');
+}
+
+}  // namespace
+
+CConfigPage::CConfigPage(CMainDlg& main, QWidget* parent)
+    : QWidget(parent), main_(main), ui_(std::make_unique<Ui::ConfigPage>()) {
+  ui_->setupUi(this);
+  setObjectName("config_page");
+  connect(ui_->setButton, &QPushButton::clicked, this, &CConfigPage::OnSet);
+  connect(ui_->refreshButton, &QPushButton::clicked, this, &CConfigPage::OnRefresh);
+  connect(ui_->moduleRebootButton, &QPushButton::clicked, this, &CConfigPage::OnModuleReboot);
+  connect(ui_->factoryDefaultButton, &QPushButton::clicked, this, &CConfigPage::OnFactoryDefault);
+}
+
+CConfigPage::~CConfigPage() = default;
+
+void CConfigPage::OnInitDialog() {
+  main_.downloadPath = main_.platform().paths.FixedFile("test.bin");
+  OnRefresh();
+}
+
+void CConfigPage::ShowSettings(const QStringList& columns) {
+  const auto column = [&columns](int c) { return c < columns.size() ? columns[c] : QString(); };
+  ui_->lanIp->SetText(column(kColLanIp));
+  ui_->lanSubnet->SetText(column(kColLanSubnet));
+  ui_->lanGateway->SetText(column(kColLanGateway));
+  ui_->moduleMac->setText(column(kColMac));
+  ui_->dhcpServer->setCurrentIndex(column(kColDhcp) == "0" ? 0 : 1);
+  ui_->wanIp->SetText(column(kColWanIp));
+  ui_->wanSubnet->SetText(column(kColWanSubnet));
+  ui_->wanGateway->SetText(column(kColWanGateway));
+  ui_->wanMac->setText(column(kColWanMac));
+  ui_->wanIpType->setCurrentIndex(IpTypeIndex(column(kColIpType)));
+  ui_->firmwareVersion->setText(": " + column(kColVersion));
+}
+
+void CConfigPage::OnSet() {
+  Prompter& prompter = main_.platform().prompter;
+  if (main_.selectedFirmwareMajor < kMinimumFirmwareMajor) {
+    prompter.Message(kVersionGateText);
+    return;
+  }
+  if (!prompter.AskYesNo("Would like to change Information", "Warning")) return;
+  if (SubnetMismatch(ui_->lanIp->GetAddress(), ui_->lanSubnet->GetAddress(),
+                     ui_->lanGateway->GetAddress())) {
+    prompter.Message("IP , Subnet , Gateway mismatch");
+    return;
+  }
+  // The question leaves the list usable, so the selection may have changed.
+  if (main_.selectedFirmwareMajor < kMinimumFirmwareMajor) {
+    prompter.Message(" Module firmware version below is not supported");
+    return;
+  }
+  FillSetRequest(main_.FrameTemplate.data(), ui_->dhcpServer->currentIndex(),
+                 ui_->lanIp->GetAddress(), ui_->lanSubnet->GetAddress(),
+                 ui_->lanGateway->GetAddress());
+  // A broadcast: the target MAC alone names the module.
+  main_.SendFrame(main_.FrameTemplate.data(), frame::kRequestLength);
+}
+
+void CConfigPage::OnRefresh() {
+  QLabel* labels[] = {ui_->pcIpLabel, ui_->pcMaskLabel, ui_->pcGatewayLabel, ui_->pcMacLabel};
+  for (QLabel* label : labels) label->clear();
+  main_.pcIp.clear();
+
+  // Two turns at most over all adapters; each turn takes one address and one
+  // gateway of an adapter, in step.
+  constexpr int kTurns = 2;
+  int turn = 0;
+  const QList<Adapter> adapters = main_.platform().adapters.Adapters();
+  for (const Adapter& adapter : adapters) {
+    const qsizetype entries = std::max(adapter.addresses.size(), adapter.gateways.size());
+    for (qsizetype i = 0; i < entries && turn < kTurns; ++i, ++turn) {
+      const bool hasAddress = i < adapter.addresses.size();
+      const QString texts[] = {hasAddress ? adapter.addresses[i].ip : QString(),
+                               hasAddress ? adapter.addresses[i].mask : QString(),
+                               i < adapter.gateways.size() ? adapter.gateways[i] : QString(),
+                               MacLabelText(adapter.mac)};
+      for (int k = 0; k < 4; ++k)
+        labels[k]->setText(turn == 0 ? texts[k] : labels[k]->text() + "/" + texts[k]);
+      if (main_.pcIp.isEmpty()) main_.pcIp = texts[0];
+    }
+    if (turn >= kTurns) break;
+  }
+}
+
+void CConfigPage::SetOperationStatus(const QString& text) { ui_->operationStatus->setText(text); }
+
+QString CConfigPage::OperationStatus() const { return ui_->operationStatus->text(); }
+
+bool CConfigPage::CheckImageFile(int model, int operation, QString path) {
+  const std::vector<std::string> refusal =
+      CheckImagePath(model, operation, QFile::encodeName(path).toStdString());
+  for (const std::string& text : refusal) main_.platform().prompter.Message(QString::fromStdString(text));
+  return refusal.empty();
+}
+
+bool CConfigPage::ConfigPageBusy() {
+  SetOperationStatus(QString());
+  Prompter& prompter = main_.platform().prompter;
+  if (main_.fileJobRunning) {
+    prompter.Message("Module config is running !!!");
+    return true;
+  }
+  if (main_.ModuleList().RowCount() == 0) {
+    prompter.Message("There is no module at the list, Please do the search button first!!!");
+    return true;
+  }
+  return false;
+}
+
+void CConfigPage::SendModuleCommand(std::uint8_t command, bool all, std::int32_t parameter) {
+  FrameBuffer frame{};
+  FillModuleCommand(frame.data(), command, main_.selectedFirmwareMajor, all, main_.pcMac,
+                    main_.selectedModuleMac, parameter);
+  // A broadcast: the target MAC alone names the module.
+  main_.SendFrame(frame.data(), frame::kRequestLength);
+}
+
+void CConfigPage::OnModuleReboot() {
+  SendShortCommand(frame::kCmdReboot, "Are you sure to reboot?", "Reboot command is sent");
+}
+
+void CConfigPage::OnFactoryDefault() {
+  SendShortCommand(frame::kCmdFactoryDefault, "Are you sure to make factory default configuration?",
+                   "Factory default command is sent");
+}
+
+void CConfigPage::SendShortCommand(std::uint8_t command, const QString& question,
+                                   const QString& sentText) {
+  if (ConfigPageBusy()) return;
+  Prompter& prompter = main_.platform().prompter;
+  if (main_.selectedFirmwareMajor < kMinimumFirmwareMajor) {
+    prompter.Message(kVersionGateText);
+    return;
+  }
+  if (!prompter.AskYesNo(question)) return;
+  CHowManyDlg howMany(this);
+  if (prompter.RunDialog(howMany) != QDialog::Accepted) return;
+  if (howMany.choice == 0 && main_.selectedRow == -1) {
+    prompter.Message(kNotSelectedText);
+    return;
+  }
+  SendModuleCommand(command, howMany.choice != 0, kNoParameter);
+  // Gone out, not necessarily carried out.
+  SetOperationStatus(sentText);
+}
+
+void CConfigPage::SendCompanyId(bool all) {
+  Prompter& prompter = main_.platform().prompter;
+  CCompanyIdDlg company(this);
+  if (prompter.RunDialog(company) != QDialog::Accepted) return;
+  if (!prompter.AskYesNo("Are you sure to change company ID?")) return;
+  SendModuleCommand(frame::kCmdSetCompanyId, all, company.choice);
+}
 
 }  // namespace torvek

@@ -1,20 +1,56 @@
+// The first page, "IP ": the selected module's settings, the LAN settings
+// request, the buttons of the file and reboot operations, and this PC's own
+// addresses.
 #pragma once
 
+#include <QStringList>
 #include <QWidget>
+#include <cstdint>
+#include <memory>
+
+namespace Ui {
+class ConfigPage;
+}
 
 namespace torvek {
 
-// Page of template 129; its controls arrive with its own work.
+class CMainDlg;
+
 class CConfigPage : public QWidget {
   Q_OBJECT
  public:
-  explicit CConfigPage(QWidget* parent = nullptr);
+  explicit CConfigPage(CMainDlg& main, QWidget* parent = nullptr);
+  ~CConfigPage() override;
+
+  void OnInitDialog();
+  // Copies a row of the module list, given as its column texts.
+  void ShowSettings(const QStringList& columns);
+  void OnSet();
+  void OnRefresh();
   // Writes the Operation Status line.
   void SetOperationStatus(const QString& text);
-  const QString& OperationStatus() const { return operationStatus_; }
+  QString OperationStatus() const;
+  // True when the file may be sent as this kind of image for this model; on
+  // false the operator has been told.
+  bool CheckImageFile(int model, int operation, QString path);
+
+  // The guard of the operations that must not run beside an upload or on an
+  // empty list; true when the operator has been told why not.
+  bool ConfigPageBusy();
+  // A short command, broadcast; all targets every module. parameter -1: none.
+  void SendModuleCommand(std::uint8_t command, bool all, std::int32_t parameter);
+  void OnModuleReboot();
+  void OnFactoryDefault();
+  // The company ID, once the Change system data dialog has chosen it as the
+  // operation: asks which company and sends it to the chosen modules.
+  void SendCompanyId(bool all);
 
  private:
-  QString operationStatus_;
+  // Reboot and factory default share their steps but for these texts.
+  void SendShortCommand(std::uint8_t command, const QString& question, const QString& sentText);
+
+  CMainDlg& main_;
+  std::unique_ptr<Ui::ConfigPage> ui_;
 };
 
 }  // namespace torvek

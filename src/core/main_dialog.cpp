@@ -16,8 +16,10 @@
 
 #include "admin/config_page.h"
 #include "controls/cell_color_list.h"
+#include "core/answer_dispatch.h"
 #include "core/command_list.h"
 #include "core/daily_log.h"
+#include "core/file_targets.h"
 #include "core/module_record.h"
 #include "core/start_up_texts.h"
 #include "production/jig_page.h"
@@ -44,6 +46,7 @@ constexpr int kJigTab = 6;
 constexpr int kCommandColumns = 4;
 constexpr Color kMarkRed = 0x0000FF;
 constexpr Color kWhite = 0xFFFFFF;
+constexpr std::size_t kMacWriteCopyLength = 1228;
 
 std::tm ToTm(const QDateTime& when) {
   std::tm t{};
@@ -103,6 +106,7 @@ CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
   connect(ui_->serialSetupButton, &QPushButton::clicked, this, &CMainDlg::OnSerialSetup);
   // A click anywhere in the command list, below its last row included.
   commandList_->viewport()->installEventFilter(this);
+  connect(ui_->useLanIpCheck, &QCheckBox::clicked, this, &CMainDlg::OnUseLanIp);
 }
 
 CMainDlg::~CMainDlg() {
@@ -194,7 +198,7 @@ bool CMainDlg::OnInitDialog() {
 void CMainDlg::CreatePages() {
   QTabWidget* tabs = ui_->tabControl;
   const QSignalBlocker quiet(tabs);
-  tabs->addTab(configPage = new CConfigPage, "IP ");
+  tabs->addTab(configPage = new CConfigPage(*this), "IP ");
   tabs->addTab(networkPage = new CNetworkPage, "Network");
   tabs->addTab(consolePage = new CConsolePage, "Console");
   tabs->addTab(upgraderPage = new CUpgraderPage, "Upgrader");
@@ -202,6 +206,7 @@ void CMainDlg::CreatePages() {
   tabs->addTab(radioTestPage = new CRadioTestPage, "Ceritification");
   tabs->addTab(jigPage = new CJigPage, "Jig_tool");
   tabs->setCurrentIndex(0);
+  configPage->OnInitDialog();
 }
 
 void CMainDlg::ShowTab(int index) {
@@ -239,6 +244,60 @@ bool CMainDlg::SendFrame(std::uint8_t* frame, std::size_t length) {
     return false;
   }
   return true;
+}
+
+bool CMainDlg::SendFrameAndSearch(std::uint8_t* frame) {
+  const bool sent = SendFrame(frame, frame::kRequestLength);
+  OnFindDevices();
+  return sent;
+}
+
+bool CMainDlg::SendFileFrame(const std::uint8_t* frame, std::size_t length) {
+  if (fileJobBroadcast != 0) {
+    // Nobody is told of a lost broadcast block.
+    int ignored = 0;
+    managementSocket.SendTo(frame, length, frame::kModulePort, "255.255.255.255", &ignored);
+    return true;
+  }
+  // Decided afresh for every block: the list and the selection as they are now.
+  std::vector<std::string> targets;
+  const auto collect = [this, &targets] {
+    if (fileJobAll == 0)
+      targets = {selectedModuleIp.toStdString()};
+    else
+      targets = FileTargetAddresses(moduleList_->table(), fileJobModel, useLanIp != 0);
+  };
+  if (QThread::currentThread() == thread())
+    collect();
+  else
+    QMetaObject::invokeMethod(this, collect, Qt::BlockingQueuedConnection);
+
+  int error = 0;
+  for (const std::string& address : targets)
+    if (managementSocket.SendTo(frame, length, frame::kModulePort, address, &error) == -1) {
+      const QString text = QString::asprintf(" SendTo cmd Error(%d)= %x", error,
+                                             static_cast<unsigned>(frame[frame::kCommand]));
+      QMetaObject::invokeMethod(
+          configPage, [page = configPage, text] { page->SetOperationStatus(text); },
+          QThread::currentThread() == thread() ? Qt::DirectConnection : Qt::QueuedConnection);
+      return false;
+    }
+  return true;
+}
+
+void CMainDlg::PingAllModules() {
+  for (int row = 0; row < moduleList_->RowCount(); ++row)
+    platform_.launcher.StartHidden("ping", {"-c", "2", AddressOfRow(row)});
+  platform_.clock.WaitOnUiThread(2000);
+}
+
+void CMainDlg::OnUseLanIp() {
+  useLanIp = ui_->useLanIpCheck->isChecked() ? 1 : 0;
+  // Without a selected row there is nothing to read, and the addresses stay.
+  if (selectedRow < 0 || selectedRow >= moduleList_->RowCount()) return;
+  selectedAddress = AddressOfRow(selectedRow);
+  // Also during an upload: its next unicast blocks go to the new address.
+  selectedModuleIp = selectedAddress;
 }
 
 void CMainDlg::OnFindDevices() {
@@ -291,8 +350,10 @@ void CMainDlg::SelectRow(int row) {
       SelectedTitle(baseTitle.toStdString(), selectedAddress.toStdString())));
 }
 
-void CMainDlg::ShowModuleSettings(int /*row*/) {
-  // The settings panel fills itself from the row once it exists.
+void CMainDlg::ShowModuleSettings(int row) {
+  QStringList columns;
+  for (int c = 0; c < kModuleColumnCount; ++c) columns << moduleList_->GetItemText(row, c);
+  configPage->ShowSettings(columns);
 }
 
 void CMainDlg::OnManagementNotify(long long wParam, long long /*lParam*/) {
@@ -300,8 +361,44 @@ void CMainDlg::OnManagementNotify(long long wParam, long long /*lParam*/) {
     configPage->SetOperationStatus("Remote module socket error");
     return;
   }
-  const std::uint8_t command = managementSocket.receiveBuffer[frame::kCommand];
-  if (command == frame::kAnsModuleRecord) OnModuleRecord();
+  // A box runs its own loop and the next datagram may land in the same buffer:
+  // nothing after a box reads the frame again.
+  const std::uint8_t* frame = managementSocket.receiveBuffer.data();
+  const AnswerDecision decision = DecideAnswer(frame[frame::kResult], frame[frame::kCommand]);
+  switch (decision.route) {
+    case AnswerRoute::Refused:
+    case AnswerRoute::AddressChanged:
+    case AnswerRoute::Unknown:
+      platform_.prompter.Message(QString::fromStdString(decision.text));
+      break;
+    case AnswerRoute::Silent:
+      break;
+    case AnswerRoute::ModuleRecord:
+      OnModuleRecord();
+      break;
+    case AnswerRoute::ConfigBlock:
+      if (OnConfigAnswer) OnConfigAnswer();
+      break;
+    case AnswerRoute::LogoBlock:
+      if (OnLogoAnswer) OnLogoAnswer();
+      break;
+    case AnswerRoute::LogBlock:
+      if (OnLogAnswer) OnLogAnswer();
+      break;
+    case AnswerRoute::MacWrite: {
+      // The MAC writer works on a copy of a request's size; anything longer
+      // than that is no answer of its and is cut.
+      std::array<std::uint8_t, kMacWriteCopyLength> copy{};
+      const std::size_t length = std::min<std::size_t>(managementSocket.receivedLength, copy.size());
+      std::copy_n(frame, length, copy.begin());
+      if (OnMacWriteAnswer) OnMacWriteAnswer(copy.data(), length);
+      break;
+    }
+    case AnswerRoute::SearchAgain:
+      // A module that came back from its defaults: no test of a running job.
+      StartSearch();
+      break;
+  }
 }
 
 void CMainDlg::ShowAboutBox() {

@@ -49,6 +49,17 @@ class CMainDlg : public QDialog {
   // Management frames.
   bool SendFrame(std::uint8_t* frame, std::size_t length);
   void StampFrame(std::uint8_t* frame, std::size_t length);
+  // A request whose answer changes the list: send it and search again.
+  bool SendFrameAndSearch(std::uint8_t* frame);
+  // One block of a file job, by the job's settings; not stamped here. Safe to
+  // call from the file sender: the list and the selection are read on the UI
+  // thread, by a blocking call, so the UI thread must never wait for a sender
+  // that is inside it. False when a send failed; the status line tells it.
+  bool SendFileFrame(const std::uint8_t* frame, std::size_t length);
+  // Pings every row (hidden, not waited for), then holds the UI thread 2 s so
+  // that the modules' ARP entries are fresh before the first block.
+  void PingAllModules();
+  void OnUseLanIp();
 
   // Discovery and the selection.
   void OnFindDevices();
@@ -128,6 +139,19 @@ class CMainDlg : public QDialog {
   bool serialOpen = false;
   // The last line the Console page sent, terminator included.
   QByteArray lastSentText;
+  // The file job: 1 broadcasts every block; 1 sends to all rows rather than
+  // the selected module; the job's model code.
+  std::atomic<int> fileJobBroadcast{0};
+  std::atomic<int> fileJobAll{0};
+  std::atomic<int> fileJobModel{0};
+  QString downloadPath;
+
+  // Answers whose handlers live with other pages; those pages put them here.
+  // A MAC writer answer is a copy that is valid during the call only.
+  std::function<void()> OnConfigAnswer;
+  std::function<void()> OnLogoAnswer;
+  std::function<void()> OnLogAnswer;
+  std::function<void(const std::uint8_t* frame, std::size_t length)> OnMacWriteAnswer;
 
  protected:
   bool event(QEvent* event) override;

@@ -65,14 +65,15 @@ bool CNotifySocket::SetBuffers(int sendBytes, int receiveBytes) {
 }
 
 long CNotifySocket::SendTo(const std::uint8_t* data, std::size_t length, std::uint16_t port,
-                           const std::string& address) {
+                           const std::string& address, int* error) {
+  int& code = error != nullptr ? *error : lastError;
   if (!IsOpen()) {
-    lastError = kErrNotSocket;
+    code = kErrNotSocket;
     return -1;
   }
-  int error = 0;
-  const long sent = udp_->SendTo(address, port, data, length, &error);
-  if (sent < 0) lastError = SocketErrorFromErrno(error);
+  int systemError = 0;
+  const long sent = udp_->SendTo(address, port, data, length, &systemError);
+  if (sent < 0) code = SocketErrorFromErrno(systemError);
   return sent;
 }
 

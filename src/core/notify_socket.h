@@ -57,9 +57,10 @@ class CNotifySocket : public QObject {
   bool SetBroadcast(bool on);
   // SO_SNDBUF, then SO_RCVBUF; each failure is told in a box.
   bool SetBuffers(int sendBytes, int receiveBytes);
-  // Gives the bytes sent or -1, with lastError set.
+  // Gives the bytes sent or -1, with lastError set, or *error when given (a
+  // sender on another thread leaves lastError to the UI thread).
   long SendTo(const std::uint8_t* data, std::size_t length, std::uint16_t port,
-              const std::string& address);
+              const std::string& address, int* error = nullptr);
   enum ShutHow { kShutReceives = 0, kShutSends = 1, kShutBoth = 2 };
   void ShutDown(ShutHow how);
   void Close();

@@ -19,8 +19,8 @@ void QtPrompter::Message(const QString& text, const QString& title) {
   box.exec();
 }
 
-bool QtPrompter::AskYesNo(const QString& text) {
-  QMessageBox box(QMessageBox::Question, QApplication::applicationName(), text,
+bool QtPrompter::AskYesNo(const QString& text, const QString& title) {
+  QMessageBox box(QMessageBox::Question, title.isEmpty() ? QApplication::applicationName() : title, text,
                   QMessageBox::Yes | QMessageBox::No, Owner());
   box.setAccessibleDescription(text);
   return box.exec() == QMessageBox::Yes;

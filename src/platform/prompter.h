@@ -16,7 +16,7 @@ class Prompter {
   // A modal box with an OK button. An empty title means the program's name.
   virtual void Message(const QString& text, const QString& title = {}) = 0;
   // A Yes/No question; true only for Yes.
-  virtual bool AskYesNo(const QString& text) = 0;
+  virtual bool AskYesNo(const QString& text, const QString& title = {}) = 0;
   // Empty when the operator cancels.
   virtual QString OpenFileName(const QString& caption, const QString& filter) = 0;
   virtual QString SaveFileName(const QString& caption, const QString& suggestedName,
@@ -30,7 +30,7 @@ class QtPrompter : public Prompter {
   // Boxes are centred over `parent` when it is set and visible.
   void SetParent(QWidget* parent) { parent_ = parent; }
   void Message(const QString& text, const QString& title) override;
-  bool AskYesNo(const QString& text) override;
+  bool AskYesNo(const QString& text, const QString& title = {}) override;
   QString OpenFileName(const QString& caption, const QString& filter) override;
   QString SaveFileName(const QString& caption, const QString& suggestedName,
                        const QString& filter) override;

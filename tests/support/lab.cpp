@@ -77,6 +77,16 @@ QStringList ModSim::LoggedFrames() const {
   return QString::fromLatin1(file.readAll()).split('\n', Qt::SkipEmptyParts);
 }
 
+QStringList ModSim::FramesOf(int command) const {
+  QStringList out;
+  for (const QString& line : LoggedFrames()) {
+    const QStringList parts = line.split(' ');
+    if (parts.size() >= 3 && parts[2].mid(4, 2).toInt(nullptr, 16) == command)
+      out << parts.mid(1).join(' ');
+  }
+  return out;
+}
+
 int RunOnLan(const QStringList& command, int timeoutMs) {
   QProcess process;
   process.setProcessChannelMode(QProcess::ForwardedChannels);

@@ -25,6 +25,9 @@ class ModSim {
   void Stop();
   // Frames modsim received, as "<ip>:<port> <length> <hex>" lines.
   QStringList LoggedFrames() const;
+  // The logged frames of one command, as "<length> <hex>" (and " <destination>"
+  // with --log-destination).
+  QStringList FramesOf(int command) const;
   QString logPath;
 
  private:

@@ -26,11 +26,17 @@ class ScriptedPrompter : public Prompter {
   // Called with each dialog run modally; gives its result.
   std::function<int(QDialog&)> onDialog = [](QDialog&) { return int(QDialog::Rejected); };
   QStringList questions;
+  QStringList questionTitles;
+  // Called with each question before it is answered, as the operator who
+  // clicks about the window while a box is open.
+  std::function<void(const QString&)> onQuestion;
   int unexpected = 0;
 
   void Message(const QString& text, const QString& title) override { boxes.append({text, title}); }
-  bool AskYesNo(const QString& text) override {
+  bool AskYesNo(const QString& text, const QString& title = {}) override {
     questions.append(text);
+    questionTitles.append(title);
+    if (onQuestion) onQuestion(text);
     if (answers.isEmpty()) {
       ++unexpected;
       return false;

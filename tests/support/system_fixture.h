@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QTemporaryDir>
+#include <QtTest/QTest>
 
 #include "core/main_dialog.h"
 #include "lab.h"
@@ -21,6 +22,14 @@ struct LabWindow {
   Platform platform{prompter, launcher, beeper, clock, adapters, paths};
   CMainDlg dialog{platform};
 };
+
+// Sends a search and waits until modsim has logged it. The lab's one link
+// keeps the order, so whatever the window sent before has been logged too.
+inline bool SearchBehind(LabWindow& w, const ModSim& sim) {
+  const qsizetype before = sim.FramesOf(1).size();
+  w.dialog.OnFindDevices();
+  return QTest::qWaitFor([&] { return sim.FramesOf(1).size() > before; }, 5000);
+}
 
 #define TORVEK_LAB_MAIN(TestClass)                    \
   int main(int argc, char** argv) {                   \

@@ -31,6 +31,20 @@ std::size_t RecordLength(std::uint8_t version) {
   return version == 1 ? kRecordLengthV1 : kFrameLength;
 }
 
+std::size_t BuildAnswer(const VirtualModule& module, const MacAddress& peerMac,
+                        std::uint8_t command, std::uint8_t result, std::uint8_t* out) {
+  std::memset(out, 0, kHeaderLength);
+  PutHeaderWord(out + offset::modelCode, module.modelCode, module.version);
+  out[offset::command] = command;
+  out[offset::version] = module.version;
+  out[offset::result] = result;
+  PutHeaderWord(out + offset::frameLength, static_cast<std::uint16_t>(kHeaderLength),
+                module.version);
+  PutBytes(out + offset::sourceMac, module.mac);
+  PutBytes(out + offset::targetMac, peerMac);
+  return kHeaderLength;
+}
+
 std::size_t BuildModuleRecord(const VirtualModule& module, const MacAddress& searcherMac,
                               std::uint8_t* out) {
   const std::size_t length = RecordLength(module.version);

@@ -17,6 +17,12 @@ inline constexpr std::size_t kRecordLengthV1 = 1213;
 
 inline constexpr std::uint8_t kCommandSearch = 1;
 inline constexpr std::uint8_t kAnswerModuleRecord = 2;
+inline constexpr std::uint8_t kCommandSetNetwork = 3;
+inline constexpr std::uint8_t kAnswerNetworkChanged = 5;
+inline constexpr std::uint8_t kCommandReboot = 58;
+inline constexpr std::uint8_t kCommandFactoryDefault = 59;
+inline constexpr std::uint8_t kAnswerSearchAgain = 60;
+inline constexpr std::uint8_t kCommandSetCompanyId = 63;
 
 inline constexpr std::uint16_t kModelOrb730 = 0x4855;
 inline constexpr std::uint16_t kModelOrb740 = 0x4856;
@@ -46,6 +52,8 @@ inline constexpr std::size_t wanMac = 87;
 inline constexpr std::size_t firmware = 93;
 inline constexpr std::size_t mode = 101;
 inline constexpr std::size_t name = 102;
+// Short commands.
+inline constexpr std::size_t companyRow = 23;
 }  // namespace offset
 
 inline constexpr std::size_t kSsidWidth = 32;
@@ -53,6 +61,10 @@ inline constexpr std::size_t kLongestName = kFrameLength - offset::name;
 
 // Length of a module's record on the wire: version 1 records are 12 bytes short.
 std::size_t RecordLength(std::uint8_t version);
+
+// Writes a bare 23-byte answer header from module to peerMac; returns its length.
+std::size_t BuildAnswer(const VirtualModule& module, const MacAddress& peerMac,
+                        std::uint8_t command, std::uint8_t result, std::uint8_t* out);
 
 // Writes the module record (answer 2) that answers a search from searcherMac.
 // out must hold kFrameLength bytes. Returns the record's length.

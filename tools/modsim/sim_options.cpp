@@ -153,9 +153,12 @@ const char* UsageText() {
          "  --dup-mac                module 2 reports the MAC of module 1\n"
          "  --repeat N               answer every search N times over, 1..10000 (1)\n"
          "  --result R               result byte of the records, 0..255 (0)\n"
+         "  --set-refusal R          refuse every Set with result R, 1..13 (0: take it)\n"
+         "  --reboot-ms MS           a rebooted module misses searches this long (3000)\n"
          "  --truncate N             send only the first N bytes of every record\n"
          "  --pace-us U              microseconds between records; 0 is a burst (0)\n"
          "  --log FILE               append '<ip>:<port> <length> <hex>' per received datagram\n"
+         "  --log-destination        end each log line with ' <address it was sent to>'\n"
          "  --ready FILE             create FILE (holding the pid) once the socket is bound\n"
          "  --exit-after-searches N  exit after answering N searches\n"
          "  --lifetime S             exit after S seconds, 1..86400 (600)\n"
@@ -235,6 +238,8 @@ bool ParseOptions(int argc, char** argv, SimOptions& o, std::string& error) {
       {"--mac-base", [&o](const std::string& text) { return ParseMac(text, o.macBase); }},
       {"--repeat", number(1, 10000, o.repeat)},
       {"--result", number(0, 255, o.result)},
+      {"--set-refusal", number(0, 13, o.setRefusal)},
+      {"--reboot-ms", number(0, 600'000, o.rebootMs)},
       {"--truncate", number(0, static_cast<long long>(kFrameLength), o.truncate)},
       {"--pace-us", number(0, 10'000'000, o.paceUs)},
       {"--log", [&o](const std::string& text) { o.logPath = text; return !text.empty(); }},
@@ -243,7 +248,8 @@ bool ParseOptions(int argc, char** argv, SimOptions& o, std::string& error) {
       {"--lifetime", number(1, 86400, o.lifetimeSeconds)},
   };
   const std::map<std::string, bool*> flags = {
-      {"--wan", &o.wan}, {"--dup-mac", &o.dupMac}, {"--quiet", &o.quiet},
+      {"--wan", &o.wan}, {"--dup-mac", &o.dupMac},
+      {"--log-destination", &o.logDestination}, {"--quiet", &o.quiet},
       {"--help", &o.help}, {"-h", &o.help}};
 
   for (int i = 1; i < argc; ++i) {
@@ -308,7 +314,8 @@ std::vector<VirtualModule> MakeModules(const SimOptions& o) {
     m.ipType = Cycle(o.ipTypes, i);
     m.mac = MacFromNumber(o.macBase + static_cast<std::uint64_t>(o.dupMac && i == 1 ? 0 : i));
 
-    m.lanIp = AddressFromNumber(base + static_cast<std::uint32_t>(i));
+    m.labAddress = AddressFromNumber(base + static_cast<std::uint32_t>(i));
+    m.lanIp = m.labAddress;
     m.lanSubnet = {255, 255, 0, 0};
     m.lanGateway = {10, 77, 0, 1};
 

@@ -63,6 +63,29 @@ timespec ToTimespec(std::chrono::steady_clock::duration d) {
   return timespec{static_cast<time_t>(ns / 1'000'000'000), static_cast<long>(ns % 1'000'000'000)};
 }
 
+// The control block that makes a datagram leave from one module's address.
+struct alignas(cmsghdr) SourceControl {
+  char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
+};
+
+// Fills header's name, one buffer and the source address of the datagram.
+void PrepareMessage(msghdr& header, sockaddr_in* to, iovec* iov, SourceControl& control,
+                    const Ipv4& source) {
+  header.msg_name = to;
+  header.msg_namelen = sizeof *to;
+  header.msg_iov = iov;
+  header.msg_iovlen = 1;
+  header.msg_control = control.bytes;
+  header.msg_controllen = sizeof control.bytes;
+  cmsghdr* c = CMSG_FIRSTHDR(&header);
+  c->cmsg_level = IPPROTO_IP;
+  c->cmsg_type = IP_PKTINFO;
+  c->cmsg_len = CMSG_LEN(sizeof(in_pktinfo));
+  in_pktinfo info{};
+  info.ipi_spec_dst = InAddr(source);
+  std::memcpy(CMSG_DATA(c), &info, sizeof info);
+}
+
 }  // namespace
 
 SimServer::SimServer(const SimOptions& options, std::vector<VirtualModule> modules)
@@ -71,6 +94,10 @@ SimServer::SimServer(const SimOptions& options, std::vector<VirtualModule> modul
       receiveBuffer_(65536),
       sendBuffers_(kBatch) {
   handlers_[kCommandSearch] = &SimServer::OnSearch;
+  handlers_[kCommandSetNetwork] = &SimServer::OnSetNetwork;
+  handlers_[kCommandReboot] = &SimServer::OnReboot;
+  handlers_[kCommandFactoryDefault] = &SimServer::OnFactoryDefault;
+  handlers_[kCommandSetCompanyId] = &SimServer::OnSetCompanyId;
 }
 
 SimServer::~SimServer() {
@@ -82,8 +109,8 @@ bool SimServer::Open(std::string& error) {
   // Outside the lab the module addresses are not ours; refuse rather than
   // answer searches on a real network.
   for (const VirtualModule* m : {&modules_.front(), &modules_.back()}) {
-    if (!IsLocalAddress(m->lanIp)) {
-      error = AddressText(m->lanIp) +
+    if (!IsLocalAddress(m->labAddress)) {
+      error = AddressText(m->labAddress) +
               " is not an address of this machine; run modsim in the lab's module side "
               "(scripts/lab lan ...)";
       return false;
@@ -97,6 +124,8 @@ bool SimServer::Open(std::string& error) {
   }
   const int on = 1;
   setsockopt(fd_, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
+  // Tells each datagram's destination, for the log.
+  setsockopt(fd_, IPPROTO_IP, IP_PKTINFO, &on, sizeof on);
   // Best effort: the kernel caps both at its own limits.
   setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &kSocketBuffer, sizeof kSocketBuffer);
   setsockopt(fd_, SOL_SOCKET, SO_SNDBUF, &kSocketBuffer, sizeof kSocketBuffer);
@@ -131,8 +160,8 @@ bool SimServer::Open(std::string& error) {
 
   if (!options_.quiet) {
     std::fprintf(stderr, "modsim: %zu modules on UDP %u, addresses %s to %s\n", modules_.size(),
-                 kCommandPort, AddressText(modules_.front().lanIp).c_str(),
-                 AddressText(modules_.back().lanIp).c_str());
+                 kCommandPort, AddressText(modules_.front().labAddress).c_str(),
+                 AddressText(modules_.back().labAddress).c_str());
   }
   return true;
 }
@@ -205,6 +234,11 @@ void SimServer::DrainSocket() {
     message.msg_namelen = sizeof datagram.from;
     message.msg_iov = &iov;
     message.msg_iovlen = 1;
+    struct alignas(cmsghdr) {
+      char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
+    } control{};
+    message.msg_control = control.bytes;
+    message.msg_controllen = sizeof control.bytes;
     const ssize_t n = recvmsg(fd_, &message, MSG_DONTWAIT);
     if (n < 0) {
       if (errno == EINTR) continue;
@@ -212,6 +246,13 @@ void SimServer::DrainSocket() {
         std::fprintf(stderr, "modsim: receive: %s\n", std::strerror(errno));
       }
       return;
+    }
+    for (cmsghdr* c = CMSG_FIRSTHDR(&message); c != nullptr; c = CMSG_NXTHDR(&message, c)) {
+      if (c->cmsg_level == IPPROTO_IP && c->cmsg_type == IP_PKTINFO) {
+        in_pktinfo info{};
+        std::memcpy(&info, CMSG_DATA(c), sizeof info);
+        datagram.to = info.ipi_addr;
+      }
     }
     datagram.bytes = receiveBuffer_.data();
     datagram.length = static_cast<std::size_t>(n);
@@ -234,6 +275,12 @@ void SimServer::LogDatagram(const Datagram& datagram) {
   for (std::size_t i = 0; i < datagram.length; ++i) {
     hexLine_ += kDigits[datagram.bytes[i] >> 4];
     hexLine_ += kDigits[datagram.bytes[i] & 0x0F];
+  }
+  if (options_.logDestination) {
+    char to[INET_ADDRSTRLEN] = {};
+    inet_ntop(AF_INET, &datagram.to, to, sizeof to);
+    hexLine_ += ' ';
+    hexLine_ += to;
   }
   hexLine_ += '\n';
   std::fwrite(hexLine_.data(), 1, hexLine_.size(), log_);
@@ -295,10 +342,7 @@ void SimServer::ProgressJob(AnswerJob& job) {
 void SimServer::SendBatch(AnswerJob& job, std::size_t count) {
   std::array<mmsghdr, kBatch> messages{};
   std::array<iovec, kBatch> iovs{};
-  struct alignas(cmsghdr) Control {
-    char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
-  };
-  std::array<Control, kBatch> controls{};
+  std::array<SourceControl, kBatch> controls{};
 
   for (std::size_t j = 0; j < count; ++j) {
     const std::size_t k = job.next + j;
@@ -307,21 +351,8 @@ void SimServer::SendBatch(AnswerJob& job, std::size_t count) {
     if (options_.truncate >= 0) length = std::min(length, static_cast<std::size_t>(options_.truncate));
     iovs[j] = {sendBuffers_[j].data(), length};
 
-    msghdr& header = messages[j].msg_hdr;
-    header.msg_name = &job.to;
-    header.msg_namelen = sizeof job.to;
-    header.msg_iov = &iovs[j];
-    header.msg_iovlen = 1;
-    header.msg_control = controls[j].bytes;
-    header.msg_controllen = sizeof controls[j].bytes;
     // Each record leaves from its own module's address.
-    cmsghdr* control = CMSG_FIRSTHDR(&header);
-    control->cmsg_level = IPPROTO_IP;
-    control->cmsg_type = IP_PKTINFO;
-    control->cmsg_len = CMSG_LEN(sizeof(in_pktinfo));
-    in_pktinfo info{};
-    info.ipi_spec_dst = InAddr(module.lanIp);
-    std::memcpy(CMSG_DATA(control), &info, sizeof info);
+    PrepareMessage(messages[j].msg_hdr, &job.to, &iovs[j], controls[j], module.labAddress);
   }
 
   int sent = 0;
@@ -355,11 +386,74 @@ void SimServer::SendBatch(AnswerJob& job, std::size_t count) {
   NoteSendError(job, error);
 }
 
+std::vector<VirtualModule*> SimServer::Targets(const Datagram& datagram) {
+  MacAddress target{};
+  for (std::size_t i = 0; i < target.size(); ++i) target[i] = datagram.At(offset::targetMac + i);
+  const bool all = std::all_of(target.begin(), target.end(), [](std::uint8_t b) { return b == 0xFF; });
+  std::vector<VirtualModule*> out;
+  for (VirtualModule& m : modules_)
+    if (all || m.mac == target) out.push_back(&m);
+  return out;
+}
+
+void SimServer::SendAnswer(const VirtualModule& module, const Datagram& datagram,
+                           std::uint8_t command, std::uint8_t result) {
+  MacAddress peer{};
+  for (std::size_t i = 0; i < peer.size(); ++i) peer[i] = datagram.At(offset::sourceMac + i);
+  std::array<std::uint8_t, kHeaderLength> bytes{};
+  iovec iov{bytes.data(), BuildAnswer(module, peer, command, result, bytes.data())};
+  SourceControl control{};
+  sockaddr_in to = datagram.from;
+  msghdr header{};
+  PrepareMessage(header, &to, &iov, control, module.labAddress);
+  if (sendmsg(fd_, &header, 0) < 0)
+    std::fprintf(stderr, "modsim: answer %d of %s failed: %s\n", command,
+                 AddressText(module.labAddress).c_str(), std::strerror(errno));
+}
+
+void SimServer::OnSetNetwork(const Datagram& datagram) {
+  // The addresses come as 32-bit values, little-endian: last dotted field first.
+  const auto address = [&datagram](std::size_t at) {
+    return Ipv4{datagram.At(at + 3), datagram.At(at + 2), datagram.At(at + 1), datagram.At(at)};
+  };
+  for (VirtualModule* m : Targets(datagram)) {
+    if (options_.setRefusal == 0) {
+      m->dhcpServer = datagram.At(offset::dhcpServer);
+      m->lanIp = address(offset::lanIp);
+      m->lanSubnet = address(offset::lanSubnet);
+      m->lanGateway = address(offset::lanGateway);
+    }
+    SendAnswer(*m, datagram, kAnswerNetworkChanged, static_cast<std::uint8_t>(options_.setRefusal));
+  }
+}
+
+void SimServer::OnReboot(const Datagram& datagram) {
+  for (VirtualModule* m : Targets(datagram))
+    m->hiddenUntil = datagram.arrived + std::chrono::milliseconds(options_.rebootMs);
+}
+
+void SimServer::OnFactoryDefault(const Datagram& datagram) {
+  for (VirtualModule* m : Targets(datagram)) {
+    m->dhcpServer = 0;
+    m->lanIp = m->labAddress;
+    m->lanSubnet = {255, 255, 0, 0};
+    m->lanGateway = {10, 77, 0, 1};
+    m->companyId = 0;
+    SendAnswer(*m, datagram, kAnswerSearchAgain, 0);
+  }
+}
+
+void SimServer::OnSetCompanyId(const Datagram& datagram) {
+  std::uint32_t id = 0;
+  for (std::size_t i = 0; i < 4; ++i) id |= static_cast<std::uint32_t>(datagram.At(offset::companyRow + i)) << (8 * i);
+  for (VirtualModule* m : Targets(datagram)) m->companyId = id;
+}
+
 void SimServer::NoteSendError(AnswerJob& job, int error) {
   if (!job.errorReported) {
     const VirtualModule& module = modules_[job.modules[job.next % job.modules.size()]];
     std::fprintf(stderr, "modsim: record of %s to %s failed: %s\n",
-                 AddressText(module.lanIp).c_str(), AddressText(job.to).c_str(),
+                 AddressText(module.labAddress).c_str(), AddressText(job.to).c_str(),
                  std::strerror(error));
     job.errorReported = true;
   }

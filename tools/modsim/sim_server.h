@@ -40,6 +40,7 @@ class SimServer {
 
   struct Datagram {
     sockaddr_in from{};
+    in_addr to{};  // the address it was sent to
     const std::uint8_t* bytes = nullptr;
     std::size_t length = 0;
     Clock::time_point arrived;
@@ -73,6 +74,16 @@ class SimServer {
   void LogDatagram(const Datagram& datagram);
 
   void OnSearch(const Datagram& datagram);
+  void OnSetNetwork(const Datagram& datagram);
+  void OnReboot(const Datagram& datagram);
+  void OnFactoryDefault(const Datagram& datagram);
+  void OnSetCompanyId(const Datagram& datagram);
+
+  // The modules that targetMac names: one by its MAC, or all for FF six times.
+  std::vector<VirtualModule*> Targets(const Datagram& datagram);
+  // One short answer from module back to the sender of datagram.
+  void SendAnswer(const VirtualModule& module, const Datagram& datagram, std::uint8_t command,
+                  std::uint8_t result);
 
   // Sends what is due of the front job; returns when it is done, blocked or
   // has had its share of time.

@@ -27,7 +27,9 @@ struct VirtualModule {
   std::uint8_t ipType = 0;
   MacAddress mac{};
 
-  // The lab address it answers from; also its lanIp.
+  // The lab address it answers from. lanIp starts as the same address and
+  // follows a Set; the module keeps answering from here.
+  Ipv4 labAddress{};
   Ipv4 lanIp{};
   Ipv4 lanSubnet{};
   Ipv4 lanGateway{};
@@ -44,6 +46,7 @@ struct VirtualModule {
 
   // A module that has just rebooted keeps quiet until then.
   std::chrono::steady_clock::time_point hiddenUntil{};
+  std::uint32_t companyId = 0;
 };
 
 }  // namespace modsim

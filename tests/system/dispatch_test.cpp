@@ -1,0 +1,132 @@
+// What becomes of the module's answers: refusals, silence, the routes and
+// the unknown ones, through the real socket and by frames put in its buffer.
+#include <QApplication>
+#include <QtTest/QTest>
+#include <vector>
+
+#include "admin/config_page.h"
+#include "controls/cell_color_list.h"
+#include "system_fixture.h"
+
+using namespace torvek;
+using namespace torvek::test;
+
+namespace {
+
+// Hands the window a datagram as the socket does, from its receive buffer.
+void Deliver(CMainDlg& d, std::uint8_t command, std::uint8_t result, std::size_t length = 23,
+             long long wParam = 0) {
+  auto& buffer = d.managementSocket.receiveBuffer;
+  std::fill(buffer.begin(), buffer.end(), std::uint8_t{0});
+  buffer[frame::kCommand] = command;
+  buffer[frame::kResult] = result;
+  d.managementSocket.receivedLength = static_cast<std::uint16_t>(length);
+  d.OnManagementNotify(wParam, 0);
+}
+
+}  // namespace
+
+class DispatchTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void resultsOfRecordsThroughTheSocket() {
+    {
+      ModSim silent({"--result", "9"});
+      QVERIFY(silent.Start());
+      LabWindow w;
+      QVERIFY(w.dialog.OnInitDialog());
+      QTRY_VERIFY(!silent.FramesOf(1).isEmpty());
+      QTest::qWait(300);
+      QCOMPARE(w.dialog.ModuleList().RowCount(), 0);
+      QVERIFY(w.prompter.boxes.isEmpty());
+    }
+    {
+      ModSim refused({"--result", "5"});
+      QVERIFY(refused.Start());
+      LabWindow w;
+      QVERIFY(w.dialog.OnInitDialog());
+      QTRY_COMPARE(w.prompter.Texts(), QStringList{" 5: only client mode supports scan command"});
+      QCOMPARE(w.dialog.ModuleList().RowCount(), 0);
+    }
+    ModSim taken({"--result", "14"});
+    QVERIFY(taken.Start());
+    LabWindow w;
+    QVERIFY(w.dialog.OnInitDialog());
+    QTRY_COMPARE(w.dialog.ModuleList().RowCount(), 1);
+    QVERIFY(w.prompter.boxes.isEmpty());
+  }
+
+  void routesByCommand() {
+    LabWindow w;
+    CMainDlg& d = w.dialog;
+    QVERIFY(d.OnInitDialog());
+    QStringList called;
+    std::vector<std::size_t> macLengths;
+    d.OnConfigAnswer = [&] { called << "config"; };
+    d.OnLogoAnswer = [&] { called << "logo"; };
+    d.OnLogAnswer = [&] { called << "log"; };
+    d.OnMacWriteAnswer = [&](const std::uint8_t* frame, std::size_t length) {
+      called << QString("mac %1").arg(frame[frame::kCommand]);
+      macLengths.push_back(length);
+    };
+
+    // A failure notification does not look at the stale frame.
+    Deliver(d, 5, 0, 23, 1);
+    QCOMPARE(d.configPage->OperationStatus(), QString("Remote module socket error"));
+    Deliver(d, 2, 9);
+    Deliver(d, 5, 9);
+    QVERIFY(w.prompter.boxes.isEmpty());
+
+    Deliver(d, 5, 1);
+    Deliver(d, 5, 0);
+    Deliver(d, 51, 12);
+    Deliver(d, 49, 0);
+    Deliver(d, 0, 0);
+    Deliver(d, 2, 200);
+    QCOMPARE(w.prompter.Texts(),
+             (QStringList{" 1: Invalid IP address", " Module ip is changed !!!",
+                          " 12: Flash file system is not stable", "Unknown message (hex =31   dec=49)",
+                          "Unknown message (hex =0   dec=0)"}));
+    QVERIFY(called.isEmpty());
+
+    // Data blocks and MAC answers reach their pages; 14 and above pass.
+    Deliver(d, 51, 14);
+    Deliver(d, 55, 0);
+    Deliver(d, 62, 24);
+    Deliver(d, 53, 0, 1225);
+    Deliver(d, 57, 0, 23);
+    Deliver(d, 82, 0, 1300);
+    QCOMPARE(called, (QStringList{"config", "logo", "log", "mac 53", "mac 57", "mac 82"}));
+    QCOMPARE(macLengths, (std::vector<std::size_t>{1225, 23, 1228}));
+    QCOMPARE(w.prompter.boxes.size(), 5);
+
+    // Without the pages that take them, such answers go nowhere.
+    d.OnConfigAnswer = nullptr;
+    d.OnMacWriteAnswer = nullptr;
+    Deliver(d, 51, 0);
+    Deliver(d, 53, 0);
+    QCOMPARE(w.prompter.boxes.size(), 5);
+  }
+
+  void answerSixtySearchesEvenDuringAnUpload() {
+    ModSim sim({"--count", "2"});
+    QVERIFY(sim.Start());
+    LabWindow w;
+    CMainDlg& d = w.dialog;
+    QVERIFY(d.OnInitDialog());
+    QTRY_COMPARE(d.ModuleList().RowCount(), 2);
+    d.SelectRow(0);
+    d.fileJobRunning = true;
+    Deliver(d, 60, 0);
+    QCOMPARE(d.ModuleList().RowCount(), 0);
+    QCOMPARE(d.selectedRow, -1);
+    QTRY_COMPARE(sim.FramesOf(1).size(), 2);
+    QTRY_COMPARE(d.ModuleList().RowCount(), 2);
+    QVERIFY(w.prompter.boxes.isEmpty());
+    d.fileJobRunning = false;
+  }
+};
+
+TORVEK_LAB_MAIN(DispatchTest)
+#include "dispatch_test.moc"

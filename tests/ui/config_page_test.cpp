@@ -1,0 +1,288 @@
+// The page "IP " and the operation dialogs: controls, what a row shows, the
+// PC's addresses, and the choices of the dialogs.
+#include <QApplication>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFile>
+#include <QLabel>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QtTest/QTest>
+
+#include "admin/config_page.h"
+#include "admin/operation_dialogs.h"
+#include "controls/cell_color_list.h"
+#include "controls/ip_address_ctrl.h"
+#include "core/main_dialog.h"
+#include "core/module_record.h"
+#include "scripted_prompter.h"
+
+using namespace torvek;
+
+namespace {
+
+QWidget* ById(QWidget& root, int id) {
+  for (QWidget* w : root.findChildren<QWidget*>())
+    if (w->property("controlId").toInt() == id) return w;
+  return nullptr;
+}
+
+template <typename T>
+T* Control(QWidget& root, int id) {
+  return qobject_cast<T*>(ById(root, id));
+}
+
+QStringList Rows(QComboBox* combo) {
+  QStringList out;
+  for (int i = 0; i < combo->count(); ++i) out << combo->itemText(i);
+  return out;
+}
+
+Adapter MakeAdapter(QByteArray mac, QList<AdapterAddress> addresses, QStringList gateways) {
+  return Adapter{"eth", std::move(mac), std::move(addresses), std::move(gateways)};
+}
+
+}  // namespace
+
+class ConfigPageTest : public QObject {
+  Q_OBJECT
+  QTemporaryDir dir;
+  test::ScriptedPrompter prompter;
+  test::RecordingLauncher launcher;
+  test::CountingBeeper beeper;
+  SystemClock clock;
+  test::FixedAdapters adapters;
+  test::TempPaths paths{dir.path()};
+  Platform platform{prompter, launcher, beeper, clock, adapters, paths};
+
+  QStringList PcLabels(CConfigPage& page) {
+    QStringList out;
+    for (int id : {1041, 1052, 1053, 1054}) out << Control<QLabel>(page, id)->text();
+    return out;
+  }
+
+ private slots:
+  void init() {
+    prompter = {};
+    adapters.list.clear();
+  }
+
+  void templateHoldsEveryControl() {
+    CMainDlg main(platform);
+    CConfigPage page(main);
+    QCOMPARE(page.property("controlId").toInt(), 129);
+    for (int id : {1011, 1012, 1013}) QVERIFY(Control<CIpAddressCtrl>(page, id)->isEnabled());
+    for (int id : {1038, 1042, 1045}) QVERIFY(!Control<CIpAddressCtrl>(page, id)->isEnabled());
+    QCOMPARE(Rows(Control<QComboBox>(page, 1015)), (QStringList{"Disabled", "Enabled"}));
+    QVERIFY(!Control<QComboBox>(page, 1035)->isEnabled());
+    QCOMPARE(Rows(Control<QComboBox>(page, 1035)),
+             (QStringList{"STATIC", "DHCP", "PPPoE", "L2TP", "PPTP", "3G"}));
+    const QPair<int, const char*> buttons[] = {{1016, "Set"},           {1106, "Get Configuration"},
+                                               {1107, "Set Configuration"}, {1098, "Module Reboot"},
+                                               {1099, "Factory Default"}, {1044, "Refresh"}};
+    for (const auto& [id, text] : buttons) QCOMPARE(Control<QPushButton>(page, id)->text(), QString(text));
+    QCOMPARE(Control<QLabel>(page, 1048)->text(), QString("Firmware version"));
+    QCOMPARE(Control<QLabel>(page, 1104)->text(), QString("Config Data File"));
+    QCOMPARE(Control<QLabel>(page, 1105)->text(), QString("Operation Status"));
+    page.show();
+    QVERIFY(!Control<QPushButton>(page, 1)->isVisible());
+    QVERIFY(!Control<QPushButton>(page, 2)->isVisible());
+  }
+
+  void aRowReachesTheControls() {
+    CMainDlg main(platform);
+    CConfigPage page(main);
+    QStringList row(kModuleColumnCount);
+    row[kColLanIp] = "10.1.2.3";
+    row[kColLanSubnet] = "255.255.0.0";
+    row[kColLanGateway] = "10.1.0.1";
+    row[kColDhcp] = "1";
+    row[kColMac] = "00-0E-E3-00-00-09";
+    row[kColWanIp] = "172.16.0.9";
+    row[kColIpType] = "pppoe";
+    row[kColVersion] = "3.1.0002";
+    page.ShowSettings(row);
+    QCOMPARE(Control<CIpAddressCtrl>(page, 1011)->GetAddress(), 0x0A010203u);
+    QCOMPARE(Control<CIpAddressCtrl>(page, 1013)->Text(), QString("10.1.0.1"));
+    QCOMPARE(Control<CIpAddressCtrl>(page, 1038)->Text(), QString("172.16.0.9"));
+    QCOMPARE(Control<QComboBox>(page, 1015)->currentIndex(), 1);
+    QCOMPARE(Control<QComboBox>(page, 1035)->currentIndex(), 2);
+    QCOMPARE(Control<QLabel>(page, 1108)->text(), QString("00-0E-E3-00-00-09"));
+    QCOMPARE(Control<QLabel>(page, 1048)->text(), QString(": 3.1.0002"));
+
+    // Dhcp "0" alone is Disabled; an unknown ip type shows STATIC; a version-1
+    // row has no WAN address, and the field is blanked.
+    row[kColDhcp] = "0";
+    row[kColIpType] = "other";
+    row[kColWanIp] = "";
+    page.ShowSettings(row);
+    QCOMPARE(Control<QComboBox>(page, 1015)->currentIndex(), 0);
+    QCOMPARE(Control<QComboBox>(page, 1035)->currentIndex(), 0);
+    QCOMPARE(Control<CIpAddressCtrl>(page, 1038)->GetAddress(), 0u);
+  }
+
+  void refreshShowsTwoTurnsJoinedBySlash() {
+    CMainDlg main(platform);
+    CConfigPage page(main);
+    const QByteArray mac1("\x02\x54\x56\x00\x00\x01", 6), mac2("\x02\x54\x56\x00\x00\x02", 6);
+
+    // Two adapters of one address each; a third is never shown.
+    adapters.list = {MakeAdapter(mac1, {{"192.168.0.5", "255.255.255.0"}}, {"192.168.0.1"}),
+                     MakeAdapter(mac2, {{"10.0.0.7", "255.0.0.0"}}, {}),
+                     MakeAdapter(mac2, {{"10.9.9.9", "255.0.0.0"}}, {"10.9.9.1"})};
+    page.OnRefresh();
+    QCOMPARE(PcLabels(page), (QStringList{"192.168.0.5/10.0.0.7", "255.255.255.0/255.0.0.0",
+                                          "192.168.0.1/", "02:54:56:00:00:01/02:54:56:00:00:02"}));
+    QCOMPARE(main.pcIp, QString("192.168.0.5"));
+
+    // One adapter, two addresses, one gateway.
+    adapters.list = {MakeAdapter(mac1, {{"192.168.0.5", "255.255.255.0"}, {"192.168.7.5", "255.255.0.0"}},
+                                 {"192.168.0.1"})};
+    page.OnRefresh();
+    QCOMPARE(PcLabels(page)[0], QString("192.168.0.5/192.168.7.5"));
+    QCOMPARE(PcLabels(page)[2], QString("192.168.0.1/"));
+
+    // A first adapter with no address leaves pcIp to the second turn.
+    adapters.list = {MakeAdapter(mac1, {}, {"192.168.0.1"}),
+                     MakeAdapter(mac2, {{"10.0.0.7", "255.0.0.0"}}, {})};
+    page.OnRefresh();
+    QCOMPARE(PcLabels(page)[0], QString("/10.0.0.7"));
+    QCOMPARE(main.pcIp, QString("10.0.0.7"));
+
+    adapters.list.clear();
+    page.OnRefresh();
+    QCOMPARE(PcLabels(page), (QStringList{"", "", "", ""}));
+    QVERIFY(main.pcIp.isEmpty());
+  }
+
+  void smallDialogsOfferTheirRowsAndGiveTheChoice() {
+    CHowManyDlg howMany;
+    QCOMPARE(howMany.property("controlId").toInt(), 146);
+    QCOMPARE(howMany.windowTitle(), QString("Get Operation"));
+    auto* combo = Control<QComboBox>(howMany, 1108);
+    QCOMPARE(Rows(combo), (QStringList{"Selected module", "All modules"}));
+    QCOMPARE(combo->currentIndex(), 0);
+    combo->setCurrentIndex(1);
+    Control<QPushButton>(howMany, 1)->click();
+    QCOMPARE(howMany.result(), int(QDialog::Accepted));
+    QCOMPARE(howMany.choice, 1);
+
+    CCompanyIdDlg company;
+    QCOMPARE(company.property("controlId").toInt(), 147);
+    QCOMPARE(company.windowTitle(), QString("Config Operation"));
+    combo = Control<QComboBox>(company, 1107);
+    QCOMPARE(Rows(combo), (QStringList{" 0: lumora", " 1: no-logo", " 2: pex ", " 3:ravlin",
+                                       " 4: mirvane ", " 5: dolvex", " 6: kemprise", " 7: tuvalk",
+                                       " 8: ombra ", " 9: halvorn", "10: velmar gauge"}));
+    combo->setCurrentIndex(9);
+    Control<QPushButton>(company, 2)->click();
+    QCOMPARE(company.result(), int(QDialog::Rejected));
+    QCOMPARE(company.choice, 0);
+  }
+
+  void systemDataWithoutRowOffersAllModulesAndJumpsBack() {
+    CMainDlg main(platform);
+    CSystemDataDlg dlg(main);
+    QCOMPARE(dlg.property("controlId").toInt(), 148);
+    QCOMPARE(dlg.windowTitle(), QString("Change system data"));
+    QCOMPARE(dlg.howManyModules, -1);
+    auto* howMany = Control<QComboBox>(dlg, 1108);
+    QCOMPARE(Rows(howMany), (QStringList{"Selected Module", "All Module"}));
+    QCOMPARE(Rows(Control<QComboBox>(dlg, 1081)), (QStringList{"ORB730", "ORB740"}));
+    QCOMPARE(Rows(Control<QComboBox>(dlg, 1110)),
+             (QStringList{"Firmware", "Configuration", "Company Logo File", "Copmpany ID Code"}));
+    QCOMPARE(Rows(Control<QComboBox>(dlg, 1109)), (QStringList{"Unicast", "Broadcast"}));
+    QCOMPARE(howMany->currentIndex(), 1);
+    QCOMPARE(Control<QComboBox>(dlg, 1081)->currentIndex(), 0);
+
+    Control<QComboBox>(dlg, 1109)->setCurrentIndex(1);
+    howMany->setCurrentIndex(0);
+    emit howMany->activated(0);
+    QCOMPARE(prompter.Texts(),
+             QStringList{"Module is not selected at the list, Please select module first!!!"});
+    QCOMPARE(howMany->currentIndex(), 1);
+    // The other choices survive the jump back.
+    QCOMPARE(Control<QComboBox>(dlg, 1109)->currentIndex(), 1);
+
+    Control<QPushButton>(dlg, 1)->click();
+    QCOMPARE(dlg.result(), int(QDialog::Accepted));
+    QCOMPARE(QList<int>({dlg.howManyModules, dlg.moduleType, dlg.operationType, dlg.communicationProtocol}),
+             QList<int>({1, 0, 0, 1}));
+    QCOMPARE(dlg.JobModel(), std::optional<std::uint16_t>(kModel730));
+  }
+
+  void systemDataOfA740PRowWantsAChosenModuleType() {
+    CMainDlg main(platform);
+    main.selectedRow = 0;
+    main.selectedModuleType = "740P:AP";
+    {
+      CSystemDataDlg dlg(main);
+      QCOMPARE(Control<QComboBox>(dlg, 1108)->currentIndex(), 0);
+      QCOMPARE(Control<QComboBox>(dlg, 1081)->currentIndex(), -1);
+      Control<QPushButton>(dlg, 1)->click();
+      QCOMPARE(prompter.Texts(),
+               QStringList{" Module Type is not selected, Please select module type first!!!"});
+      QCOMPARE(dlg.result(), int(QDialog::Rejected));
+      QCOMPARE(dlg.JobModel(), std::nullopt);
+
+      // The company ID carries no model and goes without one.
+      Control<QComboBox>(dlg, 1110)->setCurrentIndex(CSystemDataDlg::kCompanyId);
+      Control<QPushButton>(dlg, 1)->click();
+      QCOMPARE(dlg.result(), int(QDialog::Accepted));
+    }
+    main.selectedModuleType = "740:Client";
+    CSystemDataDlg dlg(main);
+    QCOMPARE(Control<QComboBox>(dlg, 1081)->currentIndex(), 1);
+    // With a row selected, Selected Module stands without a word.
+    emit Control<QComboBox>(dlg, 1108)->activated(0);
+    QCOMPARE(prompter.boxes.size(), 1);
+  }
+
+  void imageCheckTellsEachRefusalInItsBoxes() {
+    CMainDlg main(platform);
+    CConfigPage page(main);
+    const auto file = [this](const QString& name, const QByteArray& bytes) {
+      QFile f(dir.filePath(name));
+      f.open(QIODevice::WriteOnly);
+      f.write(bytes);
+      return f.fileName();
+    };
+    const QString logo = file("logo.png", QByteArray("\x89PNG") + QByteArray(100, 0));
+    QVERIFY(!page.CheckImageFile(kModel740, 2, logo));
+    QCOMPARE(prompter.Texts(), (QStringList{" Invalid logo file", "Error:Invalid module logo file format"}));
+    QVERIFY(page.CheckImageFile(kModel730, 2, file("logo.gif", "GIF89a")));
+    QVERIFY(!page.CheckImageFile(kModel730, 0, dir.filePath("missing.bin")));
+    QCOMPARE(prompter.Texts().last(), QString("Error:Invalid module(730) firmware file format"));
+    QCOMPARE(prompter.boxes.size(), 3);
+  }
+
+  void useLanIpPicksTheColumnOfTheSelectedRow() {
+    CMainDlg main(platform);
+    CCellColorList& list = main.ModuleList();
+    for (int c = 0; c < kModuleColumnCount; ++c) list.InsertColumn(c, QString::number(c), 0, 10, c);
+    std::vector<std::string> row(kModuleColumnCount);
+    row[kColLanIp] = "10.77.128.1";
+    row[kColWanIp] = "172.16.0.1";
+    list.table().AppendRow(row);
+    main.selectedAddress = main.selectedModuleIp = "before";
+    auto* check = Control<QCheckBox>(main, 1046);
+
+    // No row selected: nothing can be read, both texts stay.
+    check->click();
+    QCOMPARE(main.useLanIp, 0);
+    QCOMPARE(main.selectedModuleIp, QString("before"));
+
+    main.selectedRow = 0;
+    main.fileJobRunning = true;  // a running upload does not hold the address here
+    check->click();
+    QCOMPARE(main.useLanIp, 1);
+    QCOMPARE(main.selectedModuleIp, QString("10.77.128.1"));
+    check->click();
+    QCOMPARE(main.selectedAddress, QString("172.16.0.1"));
+    QCOMPARE(main.selectedModuleIp, QString("172.16.0.1"));
+    main.fileJobRunning = false;
+  }
+};
+
+QTEST_MAIN(ConfigPageTest)
+#include "config_page_test.moc"

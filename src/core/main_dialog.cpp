@@ -453,6 +453,8 @@ void CMainDlg::OnDestroy() {
   if (managementSocket.IsOpen()) platform_.clock.WaitOnUiThread(100);
   managementSocket.Close();
   CloseSerial();
+  // The last texts of the run still reach the log file.
+  if (consolePage) consolePage->FlushOutput();
 }
 
 // The command list.

@@ -40,9 +40,7 @@ CConsolePage::CConsolePage(QWidget* parent)
   if (theMainDlg) theMainDlg->serialOpen = false;
 }
 
-CConsolePage::~CConsolePage() {
-  if (!pendingLog_.isEmpty() && theMainDlg) AppendConsoleLog(theMainDlg->dailyLogPath, pendingLog_);
-}
+CConsolePage::~CConsolePage() = default;
 
 namespace {
 std::string_view View(const QByteArray& bytes) {

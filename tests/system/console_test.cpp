@@ -10,6 +10,7 @@
 #include <QLineEdit>
 #include <QPlainTextEdit>
 #include <QRegularExpression>
+#include <QScrollBar>
 #include <QtTest/QTest>
 
 #include "controls/cell_color_list.h"
@@ -96,6 +97,28 @@ class ConsoleTest : public QObject {
     QTest::mouseClick(list.viewport(), Qt::LeftButton, {},
                       QPoint(20, list.viewport()->height() - 5));
     QCOMPARE(w.dialog.selectedRow, -1);
+
+    // A long list: the picture moves one row per step while the next row lies
+    // below the control, and stays where it is after the wrap.
+    QByteArray many;
+    for (int i = 0; i < 60; ++i) many += "s;c" + QByteArray::number(i) + ";d\n";
+    WriteFile(w.dir.filePath("many.txt"), many);
+    QVERIFY(w.dialog.LoadCommandList(w.dir.filePath("many.txt")));
+    w.dialog.commandRow = w.dialog.previousCommandRow = -1;
+    QScrollBar* bar = list.verticalScrollBar();
+    const int visible = list.height() / list.rowHeight(0);
+    int moves = 0;
+    for (int i = 0; i < 60; ++i) {
+      const int was = bar->value();
+      QVERIFY(w.dialog.NextCommandRow(count, row));
+      if (bar->value() != was) ++moves;
+      QVERIFY(bar->value() >= was);
+    }
+    QCOMPARE(row, 59);
+    QVERIFY2(moves > 0 && moves <= 60 - visible, qPrintable(QString::number(moves)));
+    const int atEnd = bar->value();
+    QVERIFY(w.dialog.NextCommandRow(count, row) && row == 0);
+    QCOMPARE(bar->value(), atEnd);
 
     // A file that cannot be opened for writing counts as missing: empty list
     // (root writes anything, so there a missing file stands in for it).

@@ -13,6 +13,7 @@
 #include <QScrollBar>
 #include <QtTest/QTest>
 
+#include "control_by_id.h"
 #include "controls/cell_color_list.h"
 #include "core/module_record.h"
 #include "pty_pair.h"
@@ -23,13 +24,6 @@ using namespace torvek;
 using namespace torvek::test;
 
 namespace {
-
-template <typename T = QWidget>
-T* ById(QWidget& root, int id) {
-  for (QWidget* w : root.findChildren<QWidget*>())
-    if (w->property("controlId").toInt() == id) return qobject_cast<T*>(w);
-  return nullptr;
-}
 
 void WriteFile(const QString& path, const QByteArray& content) {
   QFile file(path);

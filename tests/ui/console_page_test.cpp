@@ -7,20 +7,12 @@
 #include <QPlainTextEdit>
 #include <QtTest/QTest>
 
+#include "control_by_id.h"
+
 #include "terminals/console_page.h"
 
 using namespace torvek;
-
-namespace {
-
-template <typename T = QWidget>
-T* ById(QWidget& root, int id) {
-  for (QWidget* w : root.findChildren<QWidget*>())
-    if (w->property("controlId").toInt() == id) return qobject_cast<T*>(w);
-  return nullptr;
-}
-
-}  // namespace
+using torvek::test::ById;
 
 class ConsolePageTest : public QObject {
   Q_OBJECT

@@ -9,6 +9,7 @@
 #include <QtTest/QTest>
 #include <chrono>
 
+#include "control_by_id.h"
 #include "pty_pair.h"
 #include "terminals/serial_port.h"
 #include "terminals/serial_setup_dialog.h"
@@ -17,12 +18,6 @@ using namespace torvek;
 using namespace torvek::test;
 
 namespace {
-
-QWidget* ById(QWidget& root, int id) {
-  for (QWidget* w : root.findChildren<QWidget*>())
-    if (w->property("controlId").toInt() == id) return w;
-  return nullptr;
-}
 
 double ProcessCpuSeconds() {
   rusage usage{};
@@ -166,7 +161,7 @@ class SerialTest : public QObject {
     const SerialConfig damaged{500, 99, 7, 9, 9, 0};
     CSerialSetupDlg dialog(damaged, ownDir);
     QCOMPARE(dialog.windowTitle(), QString("Serial Port Setup"));
-    auto combo = [&](int id) { return qobject_cast<QComboBox*>(ById(dialog, id)); };
+    auto combo = [&](int id) { return ById<QComboBox>(dialog, id); };
     QCOMPARE(combo(1173)->count(), 99);
     QCOMPARE(combo(1173)->itemText(98), QString("COM99"));
     QCOMPARE(combo(1171)->count(), 15);

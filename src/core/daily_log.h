@@ -1,10 +1,17 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 
 namespace torvek {
 
 // Appends text to the daily log; a file that cannot be opened drops the text.
 void AppendConsoleLog(const QString& path, const QString& text);
+// The same for bytes off the serial line, written as they came.
+void AppendConsoleLog(const QString& path, const QByteArray& bytes);
+// A literal is text.
+inline void AppendConsoleLog(const QString& path, const char* text) {
+  AppendConsoleLog(path, QString::fromUtf8(text));
+}
 
 }  // namespace torvek

@@ -1,17 +1,23 @@
 #include "core/main_dialog.h"
 
 #include <QAction>
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
+#include <QScrollBar>
 #include <QTabWidget>
 #include <QThread>
+#include <QTimer>
 
 #include "admin/config_page.h"
 #include "controls/cell_color_list.h"
 #include "core/answer_dispatch.h"
+#include "core/command_list.h"
 #include "core/daily_log.h"
 #include "core/file_targets.h"
 #include "core/module_record.h"
@@ -21,6 +27,8 @@
 #include "production/radio_test_page.h"
 #include "terminals/console_page.h"
 #include "terminals/network_page.h"
+#include "terminals/serial_port.h"
+#include "terminals/serial_setup_dialog.h"
 #include "ui_about_dialog.h"
 #include "ui_main_dialog.h"
 #include "upgrade/upgrader_page.h"
@@ -35,6 +43,9 @@ constexpr int kTabCount = 7;
 constexpr int kConsoleTab = 2;
 constexpr int kUpgraderTab = 3;
 constexpr int kJigTab = 6;
+constexpr int kCommandColumns = 4;
+constexpr Color kMarkRed = 0x0000FF;
+constexpr Color kWhite = 0xFFFFFF;
 constexpr std::size_t kMacWriteCopyLength = 1228;
 
 std::tm ToTm(const QDateTime& when) {
@@ -88,6 +99,13 @@ CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
   connect(ui_->exitButton, &QPushButton::clicked, this, &QDialog::accept);
   connect(ui_->cancelButton, &QPushButton::clicked, this, &QDialog::reject);
   connect(ui_->tabControl, &QTabWidget::currentChanged, this, &CMainDlg::ShowTab);
+  connect(ui_->pingTestButton, &QPushButton::clicked, this, &CMainDlg::OnPingTest);
+  connect(ui_->openTelnetButton, &QPushButton::clicked, this, &CMainDlg::OnOpenTelnet);
+  connect(ui_->openWebBrowserButton, &QPushButton::clicked, this, &CMainDlg::OnOpenWebBrowser);
+  connect(ui_->dosCommandButton, &QPushButton::clicked, this, &CMainDlg::OnDosCommand);
+  connect(ui_->serialSetupButton, &QPushButton::clicked, this, &CMainDlg::OnSerialSetup);
+  // A click anywhere in the command list, below its last row included.
+  commandList_->viewport()->installEventFilter(this);
   connect(ui_->useLanIpCheck, &QCheckBox::clicked, this, &CMainDlg::OnUseLanIp);
 }
 
@@ -141,6 +159,15 @@ bool CMainDlg::OnInitDialog() {
   for (int c = 0; c < kModuleColumnCount; ++c)
     moduleList_->InsertColumn(c, kModuleColumns[static_cast<std::size_t>(c)].header, 2,
                               kModuleColumns[static_cast<std::size_t>(c)].width, c);
+  static constexpr struct {
+    const char* header;
+    int format;
+    int width;
+  } kCommandListColumns[kCommandColumns] = {
+      {"#", 2, 30}, {"Syntax", 0, 80}, {"Command send", 0, 200}, {"Description", 0, 340}};
+  for (int c = 0; c < kCommandColumns; ++c)
+    commandList_->InsertColumn(c, kCommandListColumns[c].header, kCommandListColumns[c].format,
+                               kCommandListColumns[c].width, c);
   commandList_->hide();
   selectedRow = -1;
 
@@ -153,6 +180,11 @@ bool CMainDlg::OnInitDialog() {
   FrameTemplate = MakeFrameTemplate(pcMac);
 
   OnFindDevices();
+
+  serialConfig = SerialConfig{};
+  serialOpen = false;
+  LoadCommandList(QDir(platform_.paths.WorkingDir()).filePath("command_list.txt"));
+  LoadSerialConfig(serialConfigPath);
 
   const QFileInfo info(programFile);
   QDateTime created = info.birthTime();
@@ -383,10 +415,20 @@ bool CMainDlg::event(QEvent* event) {
     OnManagementNotify(message->wParam, message->lParam);
     return true;
   }
+  if (event->type() == PrivateMessage::TypeOf(WM_SERIAL_SWITCH)) {
+    OnSerialSwitch(static_cast<int>(static_cast<PrivateMessage*>(event)->wParam));
+    return true;
+  }
   return QDialog::event(event);
 }
 
 bool CMainDlg::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == commandList_->viewport() && event->type() == QEvent::MouseButtonRelease) {
+    const auto* mouse = static_cast<QMouseEvent*>(event);
+    if (!commandList_->indexAt(mouse->position().toPoint()).isValid())
+      commandList_->clearSelection();
+    OnCommandListClick();
+  }
   if (watched == moduleList_ && event->type() == QEvent::KeyPress) {
     const int key = static_cast<QKeyEvent*>(event)->key();
     const int row = moduleList_->SelectedRow();
@@ -410,6 +452,244 @@ void CMainDlg::OnDestroy() {
   managementSocket.ShutDown(CNotifySocket::kShutSends);
   if (managementSocket.IsOpen()) platform_.clock.WaitOnUiThread(100);
   managementSocket.Close();
+  CloseSerial();
+  // The last texts of the run still reach the log file.
+  if (consolePage) consolePage->FlushOutput();
+}
+
+// The command list.
+
+bool CMainDlg::LoadCommandList(const QString& path) {
+  commandList_->DeleteAllRows();
+  // Read and write: a write-protected file counts as missing.
+  QFile file(path);
+  if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) return false;
+  const QByteArray content = file.readAll();
+  file.close();
+  const std::vector<CommandFields> rows =
+      ParseCommandList(std::string_view(content.constData(), static_cast<std::size_t>(content.size())));
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const int row = static_cast<int>(i);
+    commandList_->InsertRow(row, QString::number(row + 1));
+    for (int c = 0; c < 3; ++c)
+      commandList_->SetCellText(row, c + 1, QString::fromLocal8Bit(rows[i][static_cast<std::size_t>(c)]));
+  }
+  commandList_->model().FlushRows();
+  if (!rows.empty())
+    commandList_->selectionModel()->setCurrentIndex(commandList_->model().index(0, 0),
+                                                    QItemSelectionModel::NoUpdate);
+  selectedRow = -1;
+  return true;
+}
+
+void CMainDlg::OnCommandListClick() {
+  useLanIp = ui_->useLanIpCheck->isChecked() ? 1 : 0;
+  commandList_->viewport()->update();
+  if (commandList_->SelectedRow() < 0) {
+    selectedRow = -1;
+    return;
+  }
+  const int row = commandList_->currentIndex().row();
+  consolePage->SetInputText(commandList_->GetItemText(row, 2));
+  if (commandRow != -1) MarkCommandRow(commandRow, false);
+  commandRow = row;
+}
+
+int CMainDlg::NextCommandRow(int& count, int& row) {
+  const int rows = commandList_->RowCount();
+  if (rows == 0) return 0;
+  if (commandRow == -1)
+    commandRow = 0;
+  else
+    MarkCommandRow(commandRow, false);
+  if (previousCommandRow != -1) MarkCommandRow(previousCommandRow, false);
+  MarkCommandRow(commandRow, true);
+  consolePage->SetInputText(commandList_->GetItemText(commandRow, 2));
+  count = rows;
+  row = commandRow;
+  previousCommandRow = commandRow;
+  commandRow = (commandRow + 1) % rows;
+
+  // While the next row lies below the visible part, the picture moves on by
+  // one row; it is never moved back after the wrap.
+  const int rowHeight = commandList_->rowHeight(0);
+  if (commandRow * rowHeight > commandList_->height()) {
+    QScrollBar* bar = commandList_->verticalScrollBar();
+    bar->setValue(bar->value() +
+                  (commandList_->verticalScrollMode() == QAbstractItemView::ScrollPerItem
+                       ? 1
+                       : rowHeight));
+  }
+  return 1;
+}
+
+void CMainDlg::MarkCommandRow(int row, bool on) {
+  if (row < 0 || row >= commandList_->RowCount()) return;
+  for (int c = 0; c < kCommandColumns; ++c)
+    commandList_->SetCellBackground(row, c, on ? kMarkRed : kWhite);
+  if (on)
+    commandList_->selectionModel()->select(commandList_->model().index(row, 0),
+                                           QItemSelectionModel::Deselect |
+                                               QItemSelectionModel::Rows);
+  commandList_->viewport()->update();
+}
+
+// The shortcuts.
+
+bool CMainDlg::HaveSelectedModule() {
+  if (selectedRow != -1) return true;
+  platform_.prompter.Message(" Select system at the List");
+  return false;
+}
+
+QString CMainDlg::ShortcutAddress() {
+  useLanIp = ui_->useLanIpCheck->isChecked() ? 1 : 0;
+  return AddressOfRow(selectedRow);
+}
+
+void CMainDlg::OnPingTest() {
+  if (moduleList_->RowCount() == 1)
+    selectedRow = 0;
+  else if (!HaveSelectedModule())
+    return;
+  platform_.launcher.StartInTerminal({"ping", ShortcutAddress()});
+}
+
+void CMainDlg::OnOpenTelnet() {
+  if (!HaveSelectedModule()) return;
+  platform_.launcher.StartInTerminal({"telnet", ShortcutAddress()});
+}
+
+void CMainDlg::OnOpenWebBrowser() {
+  if (!HaveSelectedModule()) return;
+  const QString address = ShortcutAddress();
+  // The port follows the choice of address, not the address itself.
+  platform_.launcher.OpenUrl(
+      QUrl(useLanIp ? "http://" + address : "http://" + address + ":8080"));
+}
+
+void CMainDlg::OnDosCommand() { platform_.launcher.StartInTerminal({}); }
+
+// The serial line.
+
+void CMainDlg::OnSerialSetup() {
+  CSerialSetupDlg dialog(serialConfig, programDir, this);
+  if (platform_.prompter.RunDialog(dialog) != QDialog::Accepted) return;
+  serialConfig = dialog.Chosen();
+  SaveSerialConfig(serialConfigPath);
+}
+
+void CMainDlg::OnSerialSwitch(int open) {
+  SaveSerialConfig(serialConfigPath);
+  if (open)
+    OpenSerial();
+  else
+    CloseSerial();
+}
+
+void CMainDlg::ShowFailures(const QStringList& textAndTitle) {
+  for (int i = 0; i + 1 < textAndTitle.size(); i += 2)
+    platform_.prompter.Message(textAndTitle[i], textAndTitle[i + 1]);
+}
+
+void CMainDlg::OpenSerial() {
+  if (!LoadSerialConfig(serialConfigPath)) {
+    platform_.prompter.Message(
+        "No Serial Data confige, Setup Serial port at the Serial tab page : config");
+    return;
+  }
+  // A second open brings the line up again with the settings of now.
+  CloseSerial();
+
+  auto* thread = new QThread;
+  thread->setObjectName("serial reader");
+  Clock& clock = platform_.clock;
+  auto* reader = new SerialReader(upgradeActive, [&clock] { return clock.TickMs(); });
+  reader->moveToThread(thread);
+  connect(thread, &QThread::finished, reader, &QObject::deleteLater);
+  thread->start();
+
+  QStringList failures;
+  int opened = 0;
+  const SerialConfig config = serialConfig;
+  const QString dir = programDir;
+  QMetaObject::invokeMethod(
+      reader, [&] { opened = reader->Open(config, dir, failures); },
+      Qt::BlockingQueuedConnection);
+  ShowFailures(failures);
+  if (!opened) {
+    thread->quit();
+    thread->wait();
+    delete thread;
+    serialHandle_ = SerialHandle::Invalid;
+    platform_.prompter.Message("Check Serial port and other properities");
+    return;
+  }
+  serialHandle_ = SerialHandle::Open;
+  serialThread_ = thread;
+  serialReader_ = reader;
+  const std::uint64_t session = ++serialSession_;
+  // For the console, texts are taken a few milliseconds after the first of a
+  // batch: a fast line then wakes the UI thread about a hundred times a
+  // second, not once per read, and nobody sees the delay. A script gets its
+  // chunks at once.
+  connect(reader, &SerialReader::TextsReady, this, [this, session] {
+    if (upgradeActive)
+      OnSerialTexts(session);
+    else
+      QTimer::singleShot(10, this, [this, session] { OnSerialTexts(session); });
+  }, Qt::QueuedConnection);
+}
+
+void CMainDlg::CloseSerial() {
+  ++serialSession_;  // whatever the old reader still has queued is dropped
+  if (!serialThread_) return;
+  SerialReader* reader = serialReader_;
+  QMetaObject::invokeMethod(reader, [reader] { reader->Close(); }, Qt::BlockingQueuedConnection);
+  serialThread_->quit();
+  serialThread_->wait();
+  delete serialThread_;
+  serialThread_ = nullptr;
+  serialReader_ = nullptr;
+  serialHandle_ = SerialHandle::Closed;
+}
+
+void CMainDlg::OnSerialTexts(std::uint64_t session) {
+  if (session != serialSession_ || !serialReader_) return;
+  const QList<SerialText> texts = serialReader_->TakeTexts();
+  for (const SerialText& t : texts) FeedSerialText(0, t.text, t.tick);
+}
+
+void CMainDlg::FeedSerialText(int direction, const QByteArray& text, std::int64_t tick) {
+  if (upgradeActive) {
+    if (upgraderSerialSink) upgraderSerialSink(direction, text, static_cast<int>(text.size()));
+    return;
+  }
+  lastTextTick = tick < 0 ? platform_.clock.TickMs() : tick;
+  if (consolePage) consolePage->OnSerialText(direction, text);
+}
+
+void CMainDlg::SendSerialText(const QByteArray& text) {
+  FeedSerialText(1, text);
+  lastSendTick = platform_.clock.TickMs();
+  if (serialHandle_ == SerialHandle::Invalid) {
+    // Only a write of a whole text says so; a single byte goes nowhere quietly.
+    if (!text.isEmpty()) platform_.prompter.Message("Invalid handle");
+    return;
+  }
+  if (!serialReader_) return;  // closed: the count would be 0
+  const QByteArray bytes = text.isEmpty() ? QByteArray(1, '\n') : text;
+  SerialReader* reader = serialReader_;
+  QMetaObject::invokeMethod(reader, [reader, bytes] { reader->Write(bytes); },
+                            Qt::QueuedConnection);
+}
+
+bool CMainDlg::SaveSerialConfig(const QString& path) {
+  return torvek::SaveSerialConfig(path.toStdString(), serialConfig);
+}
+
+bool CMainDlg::LoadSerialConfig(const QString& path) {
+  return torvek::LoadSerialConfig(path.toStdString(), serialConfig);
 }
 
 }  // namespace torvek

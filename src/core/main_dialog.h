@@ -3,15 +3,20 @@
 // it through theMainDlg.
 #pragma once
 
+#include <QByteArray>
 #include <QDialog>
 #include <QString>
 #include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 
 #include "core/management_frame.h"
 #include "core/notify_socket.h"
 #include "platform/platform.h"
+#include "terminals/serial_config.h"
+
+class QThread;
 
 namespace Ui {
 class MainDialog;
@@ -27,6 +32,7 @@ class CUpgraderPage;
 class CMacWriterPage;
 class CRadioTestPage;
 class CJigPage;
+class SerialReader;
 
 class CMainDlg : public QDialog {
   Q_OBJECT
@@ -67,6 +73,29 @@ class CMainDlg : public QDialog {
   void OnManagementNotify(long long wParam, long long lParam);
   void ShowAboutBox();
 
+  // The command list and the shortcuts under the module list.
+  bool LoadCommandList(const QString& path);
+  int NextCommandRow(int& count, int& row);
+  void MarkCommandRow(int row, bool on);
+  bool HaveSelectedModule();
+  void OnCommandListClick();
+  void OnPingTest();
+  void OnOpenTelnet();
+  void OnOpenWebBrowser();
+  void OnDosCommand();
+
+  // The serial line.
+  void OnSerialSetup();
+  void OnSerialSwitch(int open);
+  void OpenSerial();
+  void CloseSerial();
+  // `tick` is when a received text was read; -1 means now.
+  void FeedSerialText(int direction, const QByteArray& text, std::int64_t tick = -1);
+  void SendSerialText(const QByteArray& text);
+  bool SaveSerialConfig(const QString& path);
+  bool LoadSerialConfig(const QString& path);
+  bool SerialReaderRunning() const { return serialThread_ != nullptr; }
+
   Platform& platform() { return platform_; }
   CCellColorList& ModuleList() { return *moduleList_; }
   CCellColorList& commandList() { return *commandList_; }
@@ -97,6 +126,19 @@ class CMainDlg : public QDialog {
   QString selectedModuleIp;
   int useLanIp = 1;
   std::atomic<bool> fileJobRunning{false};
+  int commandRow = -1;
+  int previousCommandRow = -1;
+  SerialConfig serialConfig;
+  // Set by the upgrader while a script drives the line: the reader then cuts
+  // chunks and the text goes to upgraderSerialSink instead of the console.
+  std::atomic<int> upgradeActive{0};
+  std::function<void(int direction, const QByteArray& text, int length)> upgraderSerialSink;
+  std::int64_t lastSendTick = 0;
+  std::int64_t lastTextTick = 0;
+  // What the operator last asked of the port through a page's open button.
+  bool serialOpen = false;
+  // The last line the Console page sent, terminator included.
+  QByteArray lastSentText;
   // The file job: 1 broadcasts every block; 1 sends to all rows rather than
   // the selected module; the job's model code.
   std::atomic<int> fileJobBroadcast{0};
@@ -120,6 +162,16 @@ class CMainDlg : public QDialog {
   void OnDestroy();
   void CreatePages();
   QString AddressOfRow(int row) const;
+  QString ShortcutAddress();
+  void OnSerialTexts(std::uint64_t session);
+  void ShowFailures(const QStringList& textAndTitle);
+
+  enum class SerialHandle { Invalid, Open, Closed };
+  SerialHandle serialHandle_ = SerialHandle::Invalid;
+  QThread* serialThread_ = nullptr;
+  SerialReader* serialReader_ = nullptr;
+  // Text still queued from a reader that has been closed is dropped.
+  std::uint64_t serialSession_ = 0;
 
   Platform& platform_;
   std::unique_ptr<Ui::MainDialog> ui_;

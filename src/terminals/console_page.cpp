@@ -1,10 +1,161 @@
 #include "terminals/console_page.h"
 
+#include <QCoreApplication>
+#include <QKeyEvent>
+#include <QScrollBar>
+#include <QTextCursor>
+
+#include "core/daily_log.h"
+#include "core/main_dialog.h"
+#include "ui_console_page.h"
+
 namespace torvek {
 
-CConsolePage::CConsolePage(QWidget* parent) : QWidget(parent) {
+CConsolePage::CConsolePage(QWidget* parent)
+    : QWidget(parent), ui_(std::make_unique<Ui::ConsolePage>()) {
+  ui_->setupUi(this);
   setObjectName("console_page");
-  setProperty("controlId", 134);
+  for (int row = 0; row < kIntervalRows; ++row)
+    ui_->intervalCombo->addItem(QString::fromStdString(IntervalText(row)));
+  ui_->intervalCombo->setCurrentIndex(9);
+  ui_->terminatorCombo->addItems({"no add", "add 0a", "add 0d", "add 0a&0d"});
+  ui_->terminatorCombo->setCurrentIndex(0);
+
+  connect(ui_->serialOpenButton, &QPushButton::clicked, this, &CConsolePage::OnSerialPortOpen);
+  connect(ui_->sendButton, &QPushButton::clicked, this, &CConsolePage::OnSend);
+  connect(ui_->loadDataButton, &QPushButton::clicked, this, &CConsolePage::OnLoadData);
+  connect(ui_->clearBufferButton, &QPushButton::clicked, this, &CConsolePage::OnClearBuffer);
+  connect(ui_->logViewerButton, &QPushButton::clicked, this, &CConsolePage::OnLogViewer);
+
+  // The box and the file catch up at most every 20 ms: a fast line then costs
+  // one insert per stretch instead of one per read, and nobody sees the delay.
+  flushTimer_.setSingleShot(true);
+  flushTimer_.setInterval(20);
+  connect(&flushTimer_, &QTimer::timeout, this, &CConsolePage::FlushOutput);
+
+  autoSendCount = 0;
+  autoSendTimer_.setInterval(100);
+  connect(&autoSendTimer_, &QTimer::timeout, this, &CConsolePage::OnAutoSendTick);
+  autoSendTimer_.start();
+  if (theMainDlg) theMainDlg->serialOpen = false;
+}
+
+CConsolePage::~CConsolePage() = default;
+
+namespace {
+std::string_view View(const QByteArray& bytes) {
+  return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
+}
+}  // namespace
+
+void CConsolePage::OnSerialText(int direction, const QByteArray& text) {
+  WriteReceivedToLog(text);
+  // Only a stamped text needs the time.
+  QTime now;
+  if ((direction == 1 || text.contains('<')) && theMainDlg)
+    now = theMainDlg->platform().clock.LocalNow().time();
+  box_.Append(ConsoleDisplayText(direction, View(text), now.hour(), now.minute(), now.second()));
+  if (!flushTimer_.isActive()) flushTimer_.start();
+}
+
+void CConsolePage::WriteReceivedToLog(const QByteArray& text) {
+  if (!theMainDlg) return;
+  const auto entry = ReceivedLogText(View(text), View(theMainDlg->lastSentText),
+                                     theMainDlg->lastTextTick - theMainDlg->lastSendTick);
+  if (entry) pendingLog_.append(entry->data(), static_cast<qsizetype>(entry->size()));
+}
+
+void CConsolePage::FlushOutput() {
+  flushTimer_.stop();
+  if (!pendingLog_.isEmpty() && theMainDlg) {
+    AppendConsoleLog(theMainDlg->dailyLogPath, pendingLog_);
+    pendingLog_.clear();
+  }
+  QPlainTextEdit* view = ui_->logBox;
+  const std::string& text = box_.Text();
+  if (box_.emptiedSinceShown) {
+    view->setPlainText(QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size())));
+  } else if (box_.shownSize < text.size()) {
+    QTextCursor end(view->document());
+    end.movePosition(QTextCursor::End);
+    end.insertText(QString::fromLatin1(text.data() + box_.shownSize,
+                                       static_cast<qsizetype>(text.size() - box_.shownSize)));
+  } else {
+    return;
+  }
+  box_.emptiedSinceShown = false;
+  box_.shownSize = text.size();
+  view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
+}
+
+void CConsolePage::SendConsoleLine() {
+  if (!theMainDlg || !theMainDlg->serialOpen) return;
+  const std::string line =
+      BuildConsoleLine(InputText().toStdString(), ui_->terminatorCombo->currentIndex());
+  const QByteArray bytes(line.data(), static_cast<qsizetype>(line.size()));
+  theMainDlg->lastSentText = bytes;
+  pendingLog_.append(bytes);
+  pendingLog_.append("  ");
+  theMainDlg->SendSerialText(bytes);
+}
+
+void CConsolePage::SetInputText(const QString& text) { ui_->inputEdit->setText(text); }
+QString CConsolePage::InputText() const { return ui_->inputEdit->text(); }
+
+void CConsolePage::OnSend() {
+  SendConsoleLine();
+  ui_->inputEdit->clear();
+}
+
+void CConsolePage::OnSerialPortOpen() {
+  if (!theMainDlg) return;
+  bool& open = theMainDlg->serialOpen;
+  QCoreApplication::postEvent(theMainDlg, new PrivateMessage(WM_SERIAL_SWITCH, open ? 0 : 1, 0));
+  ui_->serialOpenButton->setText(open ? "Serial Port Open" : "Serial Port Close");
+  open = !open;
+}
+
+void CConsolePage::OnClearBuffer() {
+  box_.Clear();
+  ui_->logBox->clear();
+  box_.emptiedSinceShown = false;
+}
+
+void CConsolePage::OnLogViewer() {
+  if (theMainDlg) theMainDlg->platform().launcher.OpenFile(theMainDlg->dailyLogPath);
+}
+
+void CConsolePage::OnLoadData() {
+  if (!theMainDlg) return;
+  const QString path =
+      theMainDlg->platform().prompter.OpenFileName("Load Data", "All file (*.txt *.*)");
+  if (!path.isEmpty()) theMainDlg->LoadCommandList(path);
+}
+
+void CConsolePage::OnAutoSendTick() {
+  if (++autoSendCount < IntervalTicks(ui_->intervalCombo->currentIndex())) return;
+  if (ui_->autoSendCheck->isChecked() && theMainDlg) {
+    int count = 0;
+    int row = 0;
+    if (theMainDlg->NextCommandRow(count, row)) {
+      SendConsoleLine();
+      ui_->logPathLabel->setText(theMainDlg->dailyLogPath);
+    }
+  }
+  autoSendCount = 0;
+}
+
+void CConsolePage::keyPressEvent(QKeyEvent* event) {
+  switch (event->key()) {
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+      OnSend();
+      return;
+    case Qt::Key_Escape:
+      return;
+    default:
+      QWidget::keyPressEvent(event);
+  }
 }
 
 }  // namespace torvek

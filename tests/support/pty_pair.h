@@ -1,0 +1,64 @@
+// Two pseudo-terminals joined by socat: `end` for the tool (a COMn link in its
+// program folder), `peer` for the test, which reads and writes it raw.
+#pragma once
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <QDeadlineTimer>
+#include <QFileInfo>
+#include <QProcess>
+#include <QThread>
+
+namespace torvek::test {
+
+class PtyPair {
+ public:
+  PtyPair(const QString& endPath, const QString& peerPath) : endPath_(endPath), peerPath_(peerPath) {}
+  ~PtyPair() {
+    if (fd_ >= 0) ::close(fd_);
+    socat_.terminate();  // socat removes its links on the way out
+    if (!socat_.waitForFinished(2000)) {
+      socat_.kill();
+      socat_.waitForFinished();
+    }
+  }
+
+  bool Start() {
+    socat_.start("socat", {"pty,raw,echo=0,link=" + endPath_, "pty,raw,echo=0,link=" + peerPath_});
+    if (!socat_.waitForStarted()) return false;
+    QDeadlineTimer deadline(5000);
+    while (!(QFileInfo::exists(endPath_) && QFileInfo::exists(peerPath_))) {
+      if (deadline.hasExpired()) return false;
+      QThread::msleep(10);
+    }
+    fd_ = ::open(peerPath_.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    return fd_ >= 0;
+  }
+
+  void Write(const QByteArray& bytes) {
+    for (qsizetype done = 0; done < bytes.size();) {
+      const ssize_t n = ::write(fd_, bytes.constData() + done, static_cast<size_t>(bytes.size() - done));
+      if (n > 0) done += n;
+      else QThread::msleep(1);
+    }
+  }
+
+  // What the peer has received so far.
+  QByteArray Read() {
+    QByteArray out;
+    char buffer[4096];
+    for (ssize_t n; (n = ::read(fd_, buffer, sizeof buffer)) > 0;) out.append(buffer, n);
+    return out;
+  }
+
+  const QString& endPath() const { return endPath_; }
+
+ private:
+  QString endPath_;
+  QString peerPath_;
+  QProcess socat_;
+  int fd_ = -1;
+};
+
+}  // namespace torvek::test

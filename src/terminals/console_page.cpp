@@ -54,7 +54,11 @@ void CConsolePage::OnSerialText(int direction, const QByteArray& text) {
   QTime now;
   if ((direction == 1 || text.contains('<')) && theMainDlg)
     now = theMainDlg->platform().clock.LocalNow().time();
-  box_.Append(ConsoleDisplayText(direction, View(text), now.hour(), now.minute(), now.second()));
+  // A module that crashed says so on its console: one beep, until the
+  // operator clears the buffer, in case nobody is looking at the box.
+  if (box_.Append(ConsoleDisplayText(direction, View(text), now.hour(), now.minute(), now.second())) &&
+      theMainDlg)
+    theMainDlg->platform().beeper.Beep();
   if (!flushTimer_.isActive()) flushTimer_.start();
 }
 
@@ -117,6 +121,7 @@ void CConsolePage::OnSerialPortOpen() {
 
 void CConsolePage::OnClearBuffer() {
   box_.Clear();
+  box_.crashTextSeen = false;
   ui_->logBox->clear();
   box_.emptiedSinceShown = false;
 }

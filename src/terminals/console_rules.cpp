@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 namespace torvek {
 
@@ -57,8 +58,14 @@ std::string BuildConsoleLine(std::string_view input, int terminatorRow) {
   return line;
 }
 
-void ConsoleBox::Append(std::string_view displayText) {
-  if (Lines() >= kConsoleMaxLines) Clear();
+bool ConsoleBox::Append(std::string_view displayText) {
+  if (Lines() >= kConsoleMaxLines) {
+    // The end of the old text stays in view for a crash text cut in two.
+    std::string tail = text_.substr(text_.size() - std::min(text_.size(), kCrashTextTail));
+    Clear();
+    tail_ = std::move(tail);
+  }
+  const std::size_t before = text_.size();
   breaks_ += static_cast<int>(std::count(displayText.begin(), displayText.end(), '\n'));
   // Copied in runs between the CRs, which are not shown.
   for (std::size_t cr; (cr = displayText.find('\r')) != std::string_view::npos;) {
@@ -66,10 +73,19 @@ void ConsoleBox::Append(std::string_view displayText) {
     displayText.remove_prefix(cr + 1);
   }
   text_.append(displayText);
+  const std::string tail = std::exchange(tail_, {});
+  if (crashTextSeen) return false;
+  // Only the new text and the few bytes before it can hold a new match.
+  const std::size_t from = before - std::min(before, kCrashTextTail);
+  const std::string recent = tail + text_.substr(from);
+  for (std::string_view crash : {"Segmentation", "fault", "ORB730wi"})
+    if (recent.find(crash) != std::string::npos) crashTextSeen = true;
+  return crashTextSeen;
 }
 
 void ConsoleBox::Clear() {
   text_.clear();
+  tail_.clear();
   breaks_ = 0;
   emptiedSinceShown = true;
   shownSize = 0;

@@ -42,7 +42,7 @@ std::string BuildConsoleLine(std::string_view input, int terminatorRow);
 // the next text goes in, so the work per text stays bounded.
 class ConsoleBox {
  public:
-  void Append(std::string_view displayText);
+  bool Append(std::string_view displayText);
   void Clear();
   const std::string& Text() const { return text_; }
   int Lines() const { return breaks_ + 1; }
@@ -50,9 +50,16 @@ class ConsoleBox {
   // else the part behind `shownSize`.
   bool emptiedSinceShown = false;
   std::size_t shownSize = 0;
+  // Set once the box has held "Segmentation", "fault" or "ORB730wi", also
+  // across two texts and across an emptying; only the operator clears it.
+  // Append returns true when it sets it.
+  bool crashTextSeen = false;
 
  private:
+  // One less than the longest crash text.
+  static constexpr std::size_t kCrashTextTail = 11;
   std::string text_;
+  std::string tail_;
   int breaks_ = 0;
 };
 

@@ -56,5 +56,22 @@ TEST(ConsoleRules, TheBoxIsEmptiedNotTrimmedOnceItHoldsTheLineLimit) {
   EXPECT_EQ(box.shownSize, 0u);
 }
 
+TEST(ConsoleRules, ACrashTextIsSeenOnceEvenWhenCutOrEmptiedBetween) {
+  ConsoleBox box;
+  EXPECT_FALSE(box.Append("boot ok\n"));
+  EXPECT_FALSE(box.Append("Segmen"));
+  EXPECT_TRUE(box.Append("tation fault\n"));  // one text finishes it
+  EXPECT_FALSE(box.Append("fault again\n"));  // set already: no second report
+  box.Clear();
+  box.crashTextSeen = false;  // what Clear Buffer does
+  for (int i = box.Lines(); i < kConsoleMaxLines - 1; ++i) box.Append("\n");
+  EXPECT_FALSE(box.Append("\nRX-[00:00:00] ORB7"));
+  ASSERT_EQ(box.Lines(), kConsoleMaxLines);
+  // The box empties before this text goes in, but the end of the old text
+  // still counts.
+  EXPECT_TRUE(box.Append("30wi"));
+  EXPECT_EQ(box.Text(), "30wi");
+}
+
 }  // namespace
 }  // namespace torvek

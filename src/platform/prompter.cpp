@@ -26,8 +26,9 @@ bool QtPrompter::AskYesNo(const QString& text, const QString& title) {
   return box.exec() == QMessageBox::Yes;
 }
 
-QString QtPrompter::OpenFileName(const QString& caption, const QString& filter) {
-  return QFileDialog::getOpenFileName(Owner(), caption, QString(), filter);
+QString QtPrompter::OpenFileName(const QString& caption, const QString& filter,
+                                 const QString& directory) {
+  return QFileDialog::getOpenFileName(Owner(), caption, directory, filter);
 }
 
 QString QtPrompter::SaveFileName(const QString& caption, const QString& suggestedName,

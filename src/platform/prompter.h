@@ -18,7 +18,9 @@ class Prompter {
   // A Yes/No question; true only for Yes.
   virtual bool AskYesNo(const QString& text, const QString& title = {}) = 0;
   // Empty when the operator cancels.
-  virtual QString OpenFileName(const QString& caption, const QString& filter) = 0;
+  // `directory` is where the dialog starts; empty is the working directory.
+  virtual QString OpenFileName(const QString& caption, const QString& filter,
+                               const QString& directory = {}) = 0;
   virtual QString SaveFileName(const QString& caption, const QString& suggestedName,
                                const QString& filter) = 0;
   // Runs a dialog modally and gives its result (QDialog::Accepted or Rejected).
@@ -31,7 +33,8 @@ class QtPrompter : public Prompter {
   void SetParent(QWidget* parent) { parent_ = parent; }
   void Message(const QString& text, const QString& title) override;
   bool AskYesNo(const QString& text, const QString& title = {}) override;
-  QString OpenFileName(const QString& caption, const QString& filter) override;
+  QString OpenFileName(const QString& caption, const QString& filter,
+                       const QString& directory = {}) override;
   QString SaveFileName(const QString& caption, const QString& suggestedName,
                        const QString& filter) override;
   int RunDialog(QDialog& dialog) override;

@@ -133,7 +133,8 @@ void CConsolePage::OnLogViewer() {
 void CConsolePage::OnLoadData() {
   if (!theMainDlg) return;
   const QString path =
-      theMainDlg->platform().prompter.OpenFileName("Load Data", "All file (*.txt *.*)");
+      theMainDlg->platform().prompter.OpenFileName("Load Data", "All file (*.txt *.*)",
+                                                   theMainDlg->programDir);
   if (!path.isEmpty()) theMainDlg->LoadCommandList(path);
 }
 

@@ -27,6 +27,8 @@ class ScriptedPrompter : public Prompter {
   std::function<int(QDialog&)> onDialog = [](QDialog&) { return int(QDialog::Rejected); };
   QStringList questions;
   QStringList questionTitles;
+  // Where each file-open dialog started.
+  QStringList openDirectories;
   // Called with each question before it is answered, as the operator who
   // clicks about the window while a box is open.
   std::function<void(const QString&)> onQuestion;
@@ -43,7 +45,10 @@ class ScriptedPrompter : public Prompter {
     }
     return answers.dequeue();
   }
-  QString OpenFileName(const QString&, const QString&) override { return Next(); }
+  QString OpenFileName(const QString&, const QString&, const QString& directory = {}) override {
+    openDirectories.append(directory);
+    return Next();
+  }
   QString SaveFileName(const QString&, const QString&, const QString&) override { return Next(); }
   int RunDialog(QDialog& dialog) override { return onDialog(dialog); }
 

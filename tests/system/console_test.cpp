@@ -306,6 +306,7 @@ class ConsoleTest : public QObject {
     w.prompter.fileNames << w.dir.filePath("other.txt") << QString();
     ById<QAbstractButton>(page, 1033)->click();
     QCOMPARE(w.dialog.commandList().RowCount(), 1);
+    QCOMPARE(w.prompter.openDirectories, QStringList{w.dialog.programDir});
     ById<QAbstractButton>(page, 1033)->click();  // cancelled: the list stays
     QCOMPARE(w.dialog.commandList().RowCount(), 1);
     QVERIFY(w.prompter.boxes.isEmpty());

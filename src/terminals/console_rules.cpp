@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <utility>
 
 namespace torvek {
@@ -77,9 +78,18 @@ bool ConsoleBox::Append(std::string_view displayText) {
   if (crashTextSeen) return false;
   // Only the new text and the few bytes before it can hold a new match.
   const std::size_t from = before - std::min(before, kCrashTextTail);
-  const std::string recent = tail + text_.substr(from);
-  for (std::string_view crash : {"Segmentation", "fault", "ORB730wi"})
-    if (recent.find(crash) != std::string::npos) crashTextSeen = true;
+  std::string_view recent(text_);
+  recent.remove_prefix(from);
+  std::string joined;  // only right after an emptying
+  if (!tail.empty()) recent = joined = tail + std::string(recent);
+  // Skipping searchers: a fast line costs a fraction of a pass per text.
+  using Searcher = std::boyer_moore_horspool_searcher<std::string_view::const_iterator>;
+  static const std::string_view kCrashTexts[] = {"Segmentation", "fault", "ORB730wi"};
+  static const Searcher kSearchers[] = {Searcher(kCrashTexts[0].begin(), kCrashTexts[0].end()),
+                                        Searcher(kCrashTexts[1].begin(), kCrashTexts[1].end()),
+                                        Searcher(kCrashTexts[2].begin(), kCrashTexts[2].end())};
+  for (const Searcher& searcher : kSearchers)
+    if (std::search(recent.begin(), recent.end(), searcher) != recent.end()) crashTextSeen = true;
   return crashTextSeen;
 }
 

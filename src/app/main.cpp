@@ -1,10 +1,12 @@
 #include <QApplication>
 
 #include "core/main_dialog.h"
+#include "platform/template_font.h"
 
 int main(int argc, char* argv[]) {
   QApplication app(argc, argv);
   QApplication::setApplicationName("Torvek");
+  QApplication::setFont(torvek::TemplateFont(QApplication::font()));
   torvek::QtPrompter prompter;
   torvek::SystemLauncher launcher;
   torvek::SystemBeeper beeper;

@@ -7,6 +7,7 @@
 #include <QPair>
 #include <QQueue>
 #include <QStringList>
+#include <QTemporaryDir>
 #include <QtTest/QTest>
 #include <functional>
 
@@ -114,6 +115,19 @@ class TempPaths : public AppPaths {
 
  private:
   QString dir_;
+};
+
+// What a window needs to be built off the network: scripted boxes, a
+// recording launcher, no adapters and a temporary program folder.
+struct OfflinePlatform {
+  QTemporaryDir dir;
+  ScriptedPrompter prompter;
+  RecordingLauncher launcher;
+  CountingBeeper beeper;
+  SystemClock clock;
+  FixedAdapters adapters;
+  TempPaths paths{dir.path()};
+  Platform platform{prompter, launcher, beeper, clock, adapters, paths};
 };
 
 }  // namespace torvek::test

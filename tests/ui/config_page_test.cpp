@@ -7,7 +7,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
-#include <QTemporaryDir>
 #include <QtTest/QTest>
 
 #include "admin/config_page.h"
@@ -16,22 +15,12 @@
 #include "controls/ip_address_ctrl.h"
 #include "core/main_dialog.h"
 #include "core/module_record.h"
+#include "control_by_id.h"
 #include "scripted_prompter.h"
 
 using namespace torvek;
 
 namespace {
-
-QWidget* ById(QWidget& root, int id) {
-  for (QWidget* w : root.findChildren<QWidget*>())
-    if (w->property("controlId").toInt() == id) return w;
-  return nullptr;
-}
-
-template <typename T>
-T* Control(QWidget& root, int id) {
-  return qobject_cast<T*>(ById(root, id));
-}
 
 QStringList Rows(QComboBox* combo) {
   QStringList out;
@@ -45,20 +34,12 @@ Adapter MakeAdapter(QByteArray mac, QList<AdapterAddress> addresses, QStringList
 
 }  // namespace
 
-class ConfigPageTest : public QObject {
+class ConfigPageTest : public QObject, test::OfflinePlatform {
   Q_OBJECT
-  QTemporaryDir dir;
-  test::ScriptedPrompter prompter;
-  test::RecordingLauncher launcher;
-  test::CountingBeeper beeper;
-  SystemClock clock;
-  test::FixedAdapters adapters;
-  test::TempPaths paths{dir.path()};
-  Platform platform{prompter, launcher, beeper, clock, adapters, paths};
 
   QStringList PcLabels(CConfigPage& page) {
     QStringList out;
-    for (int id : {1041, 1052, 1053, 1054}) out << Control<QLabel>(page, id)->text();
+    for (int id : {1041, 1052, 1053, 1054}) out << test::ById<QLabel>(page, id)->text();
     return out;
   }
 
@@ -72,22 +53,22 @@ class ConfigPageTest : public QObject {
     CMainDlg main(platform);
     CConfigPage page(main);
     QCOMPARE(page.property("controlId").toInt(), 129);
-    for (int id : {1011, 1012, 1013}) QVERIFY(Control<CIpAddressCtrl>(page, id)->isEnabled());
-    for (int id : {1038, 1042, 1045}) QVERIFY(!Control<CIpAddressCtrl>(page, id)->isEnabled());
-    QCOMPARE(Rows(Control<QComboBox>(page, 1015)), (QStringList{"Disabled", "Enabled"}));
-    QVERIFY(!Control<QComboBox>(page, 1035)->isEnabled());
-    QCOMPARE(Rows(Control<QComboBox>(page, 1035)),
+    for (int id : {1011, 1012, 1013}) QVERIFY(test::ById<CIpAddressCtrl>(page, id)->isEnabled());
+    for (int id : {1038, 1042, 1045}) QVERIFY(!test::ById<CIpAddressCtrl>(page, id)->isEnabled());
+    QCOMPARE(Rows(test::ById<QComboBox>(page, 1015)), (QStringList{"Disabled", "Enabled"}));
+    QVERIFY(!test::ById<QComboBox>(page, 1035)->isEnabled());
+    QCOMPARE(Rows(test::ById<QComboBox>(page, 1035)),
              (QStringList{"STATIC", "DHCP", "PPPoE", "L2TP", "PPTP", "3G"}));
     const QPair<int, const char*> buttons[] = {{1016, "Set"},           {1106, "Get Configuration"},
                                                {1107, "Set Configuration"}, {1098, "Module Reboot"},
                                                {1099, "Factory Default"}, {1044, "Refresh"}};
-    for (const auto& [id, text] : buttons) QCOMPARE(Control<QPushButton>(page, id)->text(), QString(text));
-    QCOMPARE(Control<QLabel>(page, 1048)->text(), QString("Firmware version"));
-    QCOMPARE(Control<QLabel>(page, 1104)->text(), QString("Config Data File"));
-    QCOMPARE(Control<QLabel>(page, 1105)->text(), QString("Operation Status"));
+    for (const auto& [id, text] : buttons) QCOMPARE(test::ById<QPushButton>(page, id)->text(), QString(text));
+    QCOMPARE(test::ById<QLabel>(page, 1048)->text(), QString("Firmware version"));
+    QCOMPARE(test::ById<QLabel>(page, 1104)->text(), QString("Config Data File"));
+    QCOMPARE(test::ById<QLabel>(page, 1105)->text(), QString("Operation Status"));
     page.show();
-    QVERIFY(!Control<QPushButton>(page, 1)->isVisible());
-    QVERIFY(!Control<QPushButton>(page, 2)->isVisible());
+    QVERIFY(!test::ById<QPushButton>(page, 1)->isVisible());
+    QVERIFY(!test::ById<QPushButton>(page, 2)->isVisible());
   }
 
   void aRowReachesTheControls() {
@@ -103,13 +84,13 @@ class ConfigPageTest : public QObject {
     row[kColIpType] = "pppoe";
     row[kColVersion] = "3.1.0002";
     page.ShowSettings(row);
-    QCOMPARE(Control<CIpAddressCtrl>(page, 1011)->GetAddress(), 0x0A010203u);
-    QCOMPARE(Control<CIpAddressCtrl>(page, 1013)->Text(), QString("10.1.0.1"));
-    QCOMPARE(Control<CIpAddressCtrl>(page, 1038)->Text(), QString("172.16.0.9"));
-    QCOMPARE(Control<QComboBox>(page, 1015)->currentIndex(), 1);
-    QCOMPARE(Control<QComboBox>(page, 1035)->currentIndex(), 2);
-    QCOMPARE(Control<QLabel>(page, 1108)->text(), QString("00-0E-E3-00-00-09"));
-    QCOMPARE(Control<QLabel>(page, 1048)->text(), QString(": 3.1.0002"));
+    QCOMPARE(test::ById<CIpAddressCtrl>(page, 1011)->GetAddress(), 0x0A010203u);
+    QCOMPARE(test::ById<CIpAddressCtrl>(page, 1013)->Text(), QString("10.1.0.1"));
+    QCOMPARE(test::ById<CIpAddressCtrl>(page, 1038)->Text(), QString("172.16.0.9"));
+    QCOMPARE(test::ById<QComboBox>(page, 1015)->currentIndex(), 1);
+    QCOMPARE(test::ById<QComboBox>(page, 1035)->currentIndex(), 2);
+    QCOMPARE(test::ById<QLabel>(page, 1108)->text(), QString("00-0E-E3-00-00-09"));
+    QCOMPARE(test::ById<QLabel>(page, 1048)->text(), QString(": 3.1.0002"));
 
     // Dhcp "0" alone is Disabled; an unknown ip type shows STATIC; a version-1
     // row has no WAN address, and the field is blanked.
@@ -117,9 +98,9 @@ class ConfigPageTest : public QObject {
     row[kColIpType] = "other";
     row[kColWanIp] = "";
     page.ShowSettings(row);
-    QCOMPARE(Control<QComboBox>(page, 1015)->currentIndex(), 0);
-    QCOMPARE(Control<QComboBox>(page, 1035)->currentIndex(), 0);
-    QCOMPARE(Control<CIpAddressCtrl>(page, 1038)->GetAddress(), 0u);
+    QCOMPARE(test::ById<QComboBox>(page, 1015)->currentIndex(), 0);
+    QCOMPARE(test::ById<QComboBox>(page, 1035)->currentIndex(), 0);
+    QCOMPARE(test::ById<CIpAddressCtrl>(page, 1038)->GetAddress(), 0u);
   }
 
   void refreshShowsTwoTurnsJoinedBySlash() {
@@ -160,23 +141,23 @@ class ConfigPageTest : public QObject {
     CHowManyDlg howMany;
     QCOMPARE(howMany.property("controlId").toInt(), 146);
     QCOMPARE(howMany.windowTitle(), QString("Get Operation"));
-    auto* combo = Control<QComboBox>(howMany, 1108);
+    auto* combo = test::ById<QComboBox>(howMany, 1108);
     QCOMPARE(Rows(combo), (QStringList{"Selected module", "All modules"}));
     QCOMPARE(combo->currentIndex(), 0);
     combo->setCurrentIndex(1);
-    Control<QPushButton>(howMany, 1)->click();
+    test::ById<QPushButton>(howMany, 1)->click();
     QCOMPARE(howMany.result(), int(QDialog::Accepted));
     QCOMPARE(howMany.choice, 1);
 
     CCompanyIdDlg company;
     QCOMPARE(company.property("controlId").toInt(), 147);
     QCOMPARE(company.windowTitle(), QString("Config Operation"));
-    combo = Control<QComboBox>(company, 1107);
+    combo = test::ById<QComboBox>(company, 1107);
     QCOMPARE(Rows(combo), (QStringList{" 0: lumora", " 1: no-logo", " 2: pex ", " 3:ravlin",
                                        " 4: mirvane ", " 5: dolvex", " 6: kemprise", " 7: tuvalk",
                                        " 8: ombra ", " 9: halvorn", "10: velmar gauge"}));
     combo->setCurrentIndex(9);
-    Control<QPushButton>(company, 2)->click();
+    test::ById<QPushButton>(company, 2)->click();
     QCOMPARE(company.result(), int(QDialog::Rejected));
     QCOMPARE(company.choice, 0);
   }
@@ -187,25 +168,25 @@ class ConfigPageTest : public QObject {
     QCOMPARE(dlg.property("controlId").toInt(), 148);
     QCOMPARE(dlg.windowTitle(), QString("Change system data"));
     QCOMPARE(dlg.howManyModules, -1);
-    auto* howMany = Control<QComboBox>(dlg, 1108);
+    auto* howMany = test::ById<QComboBox>(dlg, 1108);
     QCOMPARE(Rows(howMany), (QStringList{"Selected Module", "All Module"}));
-    QCOMPARE(Rows(Control<QComboBox>(dlg, 1081)), (QStringList{"ORB730", "ORB740"}));
-    QCOMPARE(Rows(Control<QComboBox>(dlg, 1110)),
+    QCOMPARE(Rows(test::ById<QComboBox>(dlg, 1081)), (QStringList{"ORB730", "ORB740"}));
+    QCOMPARE(Rows(test::ById<QComboBox>(dlg, 1110)),
              (QStringList{"Firmware", "Configuration", "Company Logo File", "Copmpany ID Code"}));
-    QCOMPARE(Rows(Control<QComboBox>(dlg, 1109)), (QStringList{"Unicast", "Broadcast"}));
+    QCOMPARE(Rows(test::ById<QComboBox>(dlg, 1109)), (QStringList{"Unicast", "Broadcast"}));
     QCOMPARE(howMany->currentIndex(), 1);
-    QCOMPARE(Control<QComboBox>(dlg, 1081)->currentIndex(), 0);
+    QCOMPARE(test::ById<QComboBox>(dlg, 1081)->currentIndex(), 0);
 
-    Control<QComboBox>(dlg, 1109)->setCurrentIndex(1);
+    test::ById<QComboBox>(dlg, 1109)->setCurrentIndex(1);
     howMany->setCurrentIndex(0);
     emit howMany->activated(0);
     QCOMPARE(prompter.Texts(),
              QStringList{"Module is not selected at the list, Please select module first!!!"});
     QCOMPARE(howMany->currentIndex(), 1);
     // The other choices survive the jump back.
-    QCOMPARE(Control<QComboBox>(dlg, 1109)->currentIndex(), 1);
+    QCOMPARE(test::ById<QComboBox>(dlg, 1109)->currentIndex(), 1);
 
-    Control<QPushButton>(dlg, 1)->click();
+    test::ById<QPushButton>(dlg, 1)->click();
     QCOMPARE(dlg.result(), int(QDialog::Accepted));
     QCOMPARE(QList<int>({dlg.howManyModules, dlg.moduleType, dlg.operationType, dlg.communicationProtocol}),
              QList<int>({1, 0, 0, 1}));
@@ -218,24 +199,24 @@ class ConfigPageTest : public QObject {
     main.selectedModuleType = "740P:AP";
     {
       CSystemDataDlg dlg(main);
-      QCOMPARE(Control<QComboBox>(dlg, 1108)->currentIndex(), 0);
-      QCOMPARE(Control<QComboBox>(dlg, 1081)->currentIndex(), -1);
-      Control<QPushButton>(dlg, 1)->click();
+      QCOMPARE(test::ById<QComboBox>(dlg, 1108)->currentIndex(), 0);
+      QCOMPARE(test::ById<QComboBox>(dlg, 1081)->currentIndex(), -1);
+      test::ById<QPushButton>(dlg, 1)->click();
       QCOMPARE(prompter.Texts(),
                QStringList{" Module Type is not selected, Please select module type first!!!"});
       QCOMPARE(dlg.result(), int(QDialog::Rejected));
       QCOMPARE(dlg.JobModel(), std::nullopt);
 
       // The company ID carries no model and goes without one.
-      Control<QComboBox>(dlg, 1110)->setCurrentIndex(CSystemDataDlg::kCompanyId);
-      Control<QPushButton>(dlg, 1)->click();
+      test::ById<QComboBox>(dlg, 1110)->setCurrentIndex(CSystemDataDlg::kCompanyId);
+      test::ById<QPushButton>(dlg, 1)->click();
       QCOMPARE(dlg.result(), int(QDialog::Accepted));
     }
     main.selectedModuleType = "740:Client";
     CSystemDataDlg dlg(main);
-    QCOMPARE(Control<QComboBox>(dlg, 1081)->currentIndex(), 1);
+    QCOMPARE(test::ById<QComboBox>(dlg, 1081)->currentIndex(), 1);
     // With a row selected, Selected Module stands without a word.
-    emit Control<QComboBox>(dlg, 1108)->activated(0);
+    emit test::ById<QComboBox>(dlg, 1108)->activated(0);
     QCOMPARE(prompter.boxes.size(), 1);
   }
 
@@ -293,7 +274,7 @@ class ConfigPageTest : public QObject {
     row[kColWanIp] = "172.16.0.1";
     list.table().AppendRow(row);
     main.selectedAddress = main.selectedModuleIp = "before";
-    auto* check = Control<QCheckBox>(main, 1046);
+    auto* check = test::ById<QCheckBox>(main, 1046);
 
     // No row selected: nothing can be read, both texts stay.
     check->click();

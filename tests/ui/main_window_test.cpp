@@ -4,35 +4,17 @@
 #include <QCheckBox>
 #include <QPushButton>
 #include <QTabWidget>
-#include <QTemporaryDir>
 #include <QtTest/QTest>
 
 #include "controls/cell_color_list.h"
 #include "core/main_dialog.h"
+#include "control_by_id.h"
 #include "scripted_prompter.h"
 
 using namespace torvek;
 
-namespace {
-
-QWidget* ById(QWidget& root, int id) {
-  for (QWidget* w : root.findChildren<QWidget*>())
-    if (w->property("controlId").toInt() == id) return w;
-  return nullptr;
-}
-
-}  // namespace
-
-class MainWindowTest : public QObject {
+class MainWindowTest : public QObject, test::OfflinePlatform {
   Q_OBJECT
-  QTemporaryDir dir;
-  test::ScriptedPrompter prompter;
-  test::RecordingLauncher launcher;
-  test::CountingBeeper beeper;
-  SystemClock clock;
-  test::FixedAdapters adapters;
-  test::TempPaths paths{dir.path()};
-  Platform platform{prompter, launcher, beeper, clock, adapters, paths};
 
  private slots:
   void templateHoldsEveryControlWithItsTextAndVisibility() {
@@ -53,27 +35,27 @@ class MainWindowTest : public QObject {
         {1002, "DOS Command", false},  {1, "exit", false},          {2, "Cancel", false},
     };
     for (const Expect& e : buttons) {
-      auto* button = qobject_cast<QAbstractButton*>(ById(dialog, e.id));
+      auto* button = qobject_cast<QAbstractButton*>(test::ById(dialog, e.id));
       QVERIFY2(button, qPrintable(QString::number(e.id)));
       QCOMPARE(button->text(), QString(e.text));
       QCOMPARE(button->isVisible(), e.shown);
     }
-    QVERIFY(qobject_cast<QPushButton*>(ById(dialog, 1000))->isDefault());
-    QVERIFY(qobject_cast<QCheckBox*>(ById(dialog, 1046))->isChecked());
+    QVERIFY(qobject_cast<QPushButton*>(test::ById(dialog, 1000))->isDefault());
+    QVERIFY(qobject_cast<QCheckBox*>(test::ById(dialog, 1046))->isChecked());
     QCOMPARE(dialog.useLanIp, 1);
 
-    auto* modules = qobject_cast<CCellColorList*>(ById(dialog, 1001));
-    auto* commands = qobject_cast<CCellColorList*>(ById(dialog, 1007));
+    auto* modules = qobject_cast<CCellColorList*>(test::ById(dialog, 1001));
+    auto* commands = qobject_cast<CCellColorList*>(test::ById(dialog, 1007));
     QVERIFY(modules && commands);
     QVERIFY(modules->isVisible());
     QVERIFY(!commands->isVisible());
     QCOMPARE(modules->geometry(), commands->geometry());
     QVERIFY(!modules->accessibleName().isEmpty());
-    auto* tabs = qobject_cast<QTabWidget*>(ById(dialog, 1006));
+    auto* tabs = qobject_cast<QTabWidget*>(test::ById(dialog, 1006));
     QVERIFY(tabs);
     // The pages stand to the right of the list, the buttons below it.
     QVERIFY(tabs->geometry().left() >= modules->geometry().right());
-    QVERIFY(ById(dialog, 1000)->geometry().top() > modules->geometry().bottom());
+    QVERIFY(test::ById(dialog, 1000)->geometry().top() > modules->geometry().bottom());
   }
 
   void escapeAndExitEndTheDialog() {

@@ -117,17 +117,21 @@ class TempPaths : public AppPaths {
   QString dir_;
 };
 
-// What a window needs to be built off the network: scripted boxes, a
-// recording launcher, no adapters and a temporary program folder.
-struct OfflinePlatform {
+// What a window needs around it in a test: scripted boxes, a recording
+// launcher, the given adapters and a temporary program folder.
+template <typename Adapters>
+struct TestPlatform {
   QTemporaryDir dir;
   ScriptedPrompter prompter;
   RecordingLauncher launcher;
   CountingBeeper beeper;
   SystemClock clock;
-  FixedAdapters adapters;
+  Adapters adapters;
   TempPaths paths{dir.path()};
   Platform platform{prompter, launcher, beeper, clock, adapters, paths};
 };
+
+// Off the network: no adapters unless a test gives some.
+using OfflinePlatform = TestPlatform<FixedAdapters>;
 
 }  // namespace torvek::test

@@ -11,15 +11,7 @@
 
 namespace torvek::test {
 
-struct LabWindow {
-  QTemporaryDir dir;
-  ScriptedPrompter prompter;
-  RecordingLauncher launcher;
-  CountingBeeper beeper;
-  SystemClock clock;
-  SystemAdapterInfo adapters;
-  TempPaths paths{dir.path()};
-  Platform platform{prompter, launcher, beeper, clock, adapters, paths};
+struct LabWindow : TestPlatform<SystemAdapterInfo> {
   CMainDlg dialog{platform};
 };
 

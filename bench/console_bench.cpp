@@ -19,6 +19,8 @@
 #include <cstdio>
 #include <vector>
 
+#include "bench_support.h"
+#include "control_by_id.h"
 #include "pty_pair.h"
 #include "system_fixture.h"
 #include "terminals/console_page.h"
@@ -44,10 +46,7 @@ bool WaitFor(Condition done, int ms) {
   return done();
 }
 
-double Median(std::vector<double> v) {
-  std::sort(v.begin(), v.end());
-  return v.empty() ? 0 : v[v.size() / 2];
-}
+using bench::Median;
 
 // Processor time of a process or one of its threads, from /proc.
 double CpuMs(const QString& statPath) {
@@ -126,8 +125,7 @@ Result WindowRun(const QString& dataPath, qint64 size, double* idleReaderCpuPct)
   w.dialog.show();
   w.dialog.ShowTab(2);
   QWidget& page = *w.dialog.consolePage;
-  for (QAbstractButton* b : page.findChildren<QAbstractButton*>())
-    if (b->property("controlId").toInt() == 1038) b->click();
+  ById<QAbstractButton>(page, 1038)->click();
   if (!WaitFor([&] { return w.dialog.SerialReaderRunning(); }, 5000)) return {};
   QTest::qWait(200);
 
@@ -142,27 +140,19 @@ Result WindowRun(const QString& dataPath, qint64 size, double* idleReaderCpuPct)
   const QString readerStat = ThreadStat("serial reader");
   const double readerBefore = CpuMs(readerStat);
   const double cpuBefore = CpuMs("/proc/self/stat");
-  QElapsedTimer clock;
-  clock.start();
-  qint64 lastTick = 0, worstGap = 0;
   bool done = false;
-  QTimer probe;
-  probe.setInterval(10);
-  QObject::connect(&probe, &QTimer::timeout, [&] {
-    const qint64 now = clock.elapsed();
-    worstGap = std::max(worstGap, now - lastTick);
-    lastTick = now;
+  bench::GapProbe probe([&] {
     if (QFileInfo(w.dialog.dailyLogPath).size() >= target) done = true;
   });
-  probe.start();
+  probe.Start();
   QProcess writer;
   StartWriter(writer, dataPath, dir + "peer");
   WaitFor([&] { return done; }, 300000);
   Result r;
-  r.ms = double(clock.nsecsElapsed()) / 1e6;
+  r.ms = probe.ElapsedMs();
   r.cpuMs = CpuMs("/proc/self/stat") - cpuBefore;
   r.readerCpuMs = CpuMs(readerStat) - readerBefore;
-  r.worstGapMs = double(worstGap);
+  r.worstGapMs = double(probe.WorstGapMs());
   writer.waitForFinished();
   return r;
 }

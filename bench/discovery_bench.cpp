@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "controls/cell_color_list.h"
+#include "bench_support.h"
 #include "system_fixture.h"
 
 using namespace torvek;
@@ -29,31 +30,19 @@ struct Run {
   double worstGapMs = 0;
 };
 
-double Median(std::vector<double> v) {
-  std::sort(v.begin(), v.end());
-  return v.empty() ? 0 : v[v.size() / 2];
-}
+using bench::Median;
 
 // The window: from the search to the last row shown, with a 10 ms timer on the
 // UI thread that notes the longest stretch it could not run.
 Run WindowRun(LabWindow& w, int modules, bool atStartUp) {
   CMainDlg& d = w.dialog;
-  QElapsedTimer clock;
-  clock.start();
-  qint64 lastTick = 0, worstGap = 0, doneAt = -1;
-  QTimer probe;
-  probe.setInterval(10);
-  QObject::connect(&probe, &QTimer::timeout, [&] {
-    const qint64 now = clock.elapsed();
-    worstGap = std::max(worstGap, now - lastTick);
-    lastTick = now;
-  });
+  bench::GapProbe probe;
+  qint64 doneAt = -1;
   QObject::connect(&d.ModuleList().model(), &QAbstractItemModel::rowsInserted, [&] {
-    if (d.ModuleList().model().rowCount() >= modules && doneAt < 0) doneAt = clock.elapsed();
+    if (d.ModuleList().model().rowCount() >= modules && doneAt < 0) doneAt = probe.Elapsed();
   });
-  lastTick = clock.elapsed();
-  probe.start();
-  const qint64 searchAt = clock.elapsed();
+  probe.Start();
+  const qint64 searchAt = probe.Elapsed();
   if (atStartUp) {
     d.OnInitDialog();  // the first search goes out here, before the window shows
     d.show();
@@ -62,19 +51,19 @@ Run WindowRun(LabWindow& w, int modules, bool atStartUp) {
   }
   // Wait for the rows, or 2 s of silence after the last one.
   int lastCount = -1;
-  qint64 lastChange = clock.elapsed();
-  while (doneAt < 0 && clock.elapsed() - lastChange < 2000) {
+  qint64 lastChange = probe.Elapsed();
+  while (doneAt < 0 && probe.Elapsed() - lastChange < 2000) {
     QTest::qWait(5);
     if (d.ModuleList().RowCount() != lastCount) {
       lastCount = d.ModuleList().RowCount();
-      lastChange = clock.elapsed();
+      lastChange = probe.Elapsed();
     }
   }
   QTest::qWait(100);  // the probe keeps running a little past the end
   Run run;
   run.rows = d.ModuleList().model().rowCount();
   run.ms = static_cast<double>((doneAt >= 0 ? doneAt : lastChange) - searchAt);
-  run.worstGapMs = static_cast<double>(worstGap);
+  run.worstGapMs = static_cast<double>(probe.WorstGapMs());
   return run;
 }
 

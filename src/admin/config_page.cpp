@@ -18,7 +18,6 @@ namespace {
 
 constexpr int kMinimumFirmwareMajor = 3;
 constexpr auto kVersionGateText = " This function supports module firmware version 3.0 above";
-constexpr auto kNotSelectedText = "Module is not selected at the list, Please select module first!!!";
 
 int IpTypeIndex(const QString& text) {
   static const QStringList kTypes = {"static", "dhcp", "pppoe", "l2tp", "pptp", "3G"};
@@ -170,7 +169,7 @@ void CConfigPage::SendShortCommand(std::uint8_t command, const QString& question
   CHowManyDlg howMany(this);
   if (prompter.RunDialog(howMany) != QDialog::Accepted) return;
   if (howMany.choice == 0 && main_.selectedRow == -1) {
-    prompter.Message(kNotSelectedText);
+    prompter.Message(kModuleNotSelectedText);
     return;
   }
   SendModuleCommand(command, howMany.choice != 0, kNoParameter);

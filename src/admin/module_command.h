@@ -11,6 +11,10 @@ namespace torvek {
 
 inline constexpr std::int32_t kNoParameter = -1;
 
+// The refusal of a job for the selected module when no row is selected.
+inline constexpr const char* kModuleNotSelectedText =
+    "Module is not selected at the list, Please select module first!!!";
+
 // Clears frame (a request's length) and fills command, version, the two MACs
 // and, unless it is kNoParameter, the 32-bit parameter behind the header.
 // all addresses every module (FF six times) instead of targetMac.

@@ -66,7 +66,7 @@ std::optional<std::uint16_t> CSystemDataDlg::JobModel() const { return ModelOfTy
 void CSystemDataDlg::OnHowManyChanged() {
   ReadChoices();
   if (main_.selectedRow == -1 && howManyModules == kSelectedModule) {
-    main_.platform().prompter.Message("Module is not selected at the list, Please select module first!!!");
+    main_.platform().prompter.Message(kModuleNotSelectedText);
     howManyModules = kAllModules;
     WriteChoices();
   }

@@ -291,8 +291,10 @@ void CMainDlg::PingAllModules() {
   platform_.clock.WaitOnUiThread(2000);
 }
 
+void CMainDlg::ReadUseLanIp() { useLanIp = ui_->useLanIpCheck->isChecked() ? 1 : 0; }
+
 void CMainDlg::OnUseLanIp() {
-  useLanIp = ui_->useLanIpCheck->isChecked() ? 1 : 0;
+  ReadUseLanIp();
   // Without a selected row there is nothing to read, and the addresses stay.
   if (selectedRow < 0 || selectedRow >= moduleList_->RowCount()) return;
   selectedAddress = AddressOfRow(selectedRow);
@@ -483,7 +485,7 @@ bool CMainDlg::LoadCommandList(const QString& path) {
 }
 
 void CMainDlg::OnCommandListClick() {
-  useLanIp = ui_->useLanIpCheck->isChecked() ? 1 : 0;
+  ReadUseLanIp();
   commandList_->viewport()->update();
   if (commandList_->SelectedRow() < 0) {
     selectedRow = -1;
@@ -543,7 +545,7 @@ bool CMainDlg::HaveSelectedModule() {
 }
 
 QString CMainDlg::ShortcutAddress() {
-  useLanIp = ui_->useLanIpCheck->isChecked() ? 1 : 0;
+  ReadUseLanIp();
   return AddressOfRow(selectedRow);
 }
 

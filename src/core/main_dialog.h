@@ -162,6 +162,8 @@ class CMainDlg : public QDialog {
   void OnDestroy();
   void CreatePages();
   QString AddressOfRow(int row) const;
+  // Takes the Use LAN IP box into useLanIp.
+  void ReadUseLanIp();
   QString ShortcutAddress();
   void OnSerialTexts(std::uint64_t session);
   void ShowFailures(const QStringList& textAndTitle);

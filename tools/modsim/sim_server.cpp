@@ -63,7 +63,8 @@ timespec ToTimespec(std::chrono::steady_clock::duration d) {
   return timespec{static_cast<time_t>(ns / 1'000'000'000), static_cast<long>(ns % 1'000'000'000)};
 }
 
-// The control block that makes a datagram leave from one module's address.
+// Room for one IP_PKTINFO block: a datagram's source address when sending,
+// its destination when receiving.
 struct alignas(cmsghdr) SourceControl {
   char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
 };
@@ -234,9 +235,7 @@ void SimServer::DrainSocket() {
     message.msg_namelen = sizeof datagram.from;
     message.msg_iov = &iov;
     message.msg_iovlen = 1;
-    struct alignas(cmsghdr) {
-      char bytes[CMSG_SPACE(sizeof(in_pktinfo))];
-    } control{};
+    SourceControl control{};
     message.msg_control = control.bytes;
     message.msg_controllen = sizeof control.bytes;
     const ssize_t n = recvmsg(fd_, &message, MSG_DONTWAIT);

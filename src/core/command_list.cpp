@@ -40,3 +40,20 @@ std::vector<CommandFields> ParseCommandList(std::string_view content) {
 }
 
 }  // namespace torvek
+
+namespace torvek {
+
+CommandWalkStep StepCommandWalk(int rows, int commandRow, int previousCommandRow) {
+  CommandWalkStep step;
+  if (commandRow == -1)
+    commandRow = 0;
+  else
+    step.unmarkRow = commandRow;
+  step.unmarkPreviousRow = previousCommandRow;
+  step.markRow = commandRow;
+  step.previousCommandRow = commandRow;
+  step.commandRow = (commandRow + 1) % rows;
+  return step;
+}
+
+}  // namespace torvek

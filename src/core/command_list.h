@@ -25,3 +25,25 @@ CommandFields SplitCommandLine(std::string_view line);
 std::vector<CommandFields> ParseCommandList(std::string_view content);
 
 }  // namespace torvek
+
+namespace torvek {
+
+// One step of the Auto Send walk over `rows` rows (at least one), from the
+// walk's two rows as they stand: which rows lose their mark, which gets it,
+// and where the walk stands afterwards. A row of -1 is none.
+struct CommandWalkStep {
+  int unmarkRow = -1;
+  int unmarkPreviousRow = -1;
+  int markRow = 0;  // also the row whose command is sent
+  int commandRow = 0;
+  int previousCommandRow = 0;
+};
+CommandWalkStep StepCommandWalk(int rows, int commandRow, int previousCommandRow);
+
+// While the walk's next row lies below the visible part, the picture moves on
+// by one row; it is never moved back after the wrap.
+inline bool WalkScrollsOn(int commandRow, int rowHeight, int viewHeight) {
+  return commandRow * rowHeight > viewHeight;
+}
+
+}  // namespace torvek

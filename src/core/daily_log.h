@@ -1,9 +1,14 @@
 #pragma once
 
 #include <QByteArray>
+#include <QDateTime>
+#include <ctime>
 #include <QString>
 
 namespace torvek {
+
+// The fields of a local time, as the log's and the title's texts take them.
+std::tm LocalTm(const QDateTime& when);
 
 // Appends text to the daily log; a file that cannot be opened drops the text.
 void AppendConsoleLog(const QString& path, const QString& text);

@@ -2,22 +2,20 @@
 
 #include <QAction>
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
-#include <QPainter>
 #include <QScreen>
-#include <QScrollBar>
 #include <QTabWidget>
-#include <QThread>
 #include <QTimer>
 
 #include "admin/config_page.h"
+#include "admin/file_sender.h"
 #include "controls/cell_color_list.h"
+#include "core/about_box.h"
 #include "core/answer_dispatch.h"
-#include "core/command_list.h"
+#include "core/command_list_panel.h"
 #include "core/daily_log.h"
 #include "core/file_targets.h"
 #include "core/module_record.h"
@@ -27,9 +25,8 @@
 #include "production/radio_test_page.h"
 #include "terminals/console_page.h"
 #include "terminals/network_page.h"
-#include "terminals/serial_port.h"
+#include "terminals/serial_line.h"
 #include "terminals/serial_setup_dialog.h"
-#include "ui_about_dialog.h"
 #include "ui_main_dialog.h"
 #include "upgrade/upgrader_page.h"
 
@@ -43,41 +40,9 @@ constexpr int kTabCount = 7;
 constexpr int kConsoleTab = 2;
 constexpr int kUpgraderTab = 3;
 constexpr int kJigTab = 6;
-constexpr int kCommandColumns = 4;
-constexpr Color kMarkRed = 0x0000FF;
-constexpr Color kWhite = 0xFFFFFF;
 constexpr std::size_t kMacWriteCopyLength = 1228;
 
-std::tm ToTm(const QDateTime& when) {
-  std::tm t{};
-  const QDate d = when.date();
-  const QTime c = when.time();
-  t.tm_year = d.year() - 1900;
-  t.tm_mon = d.month() - 1;
-  t.tm_mday = d.day();
-  t.tm_wday = d.dayOfWeek() % 7;
-  t.tm_hour = c.hour();
-  t.tm_min = c.minute();
-  t.tm_sec = c.second();
-  return t;
-}
-
 }  // namespace
-
-// Icon 128: drawn rather than shipped, so no image file can go missing.
-QIcon TorvekIcon() {
-  QPixmap pixmap(32, 32);
-  pixmap.fill(Qt::transparent);
-  QPainter p(&pixmap);
-  p.setRenderHint(QPainter::Antialiasing);
-  p.setBrush(QColor(0x1F, 0x5F, 0x9F));
-  p.setPen(Qt::NoPen);
-  p.drawRoundedRect(2, 2, 28, 28, 6, 6);
-  p.setPen(QPen(Qt::white, 2.5));
-  p.drawLine(9, 10, 23, 10);
-  p.drawLine(16, 10, 16, 24);
-  return QIcon(pixmap);
-}
 
 CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
     : QDialog(parent), managementSocket(platform.prompter), platform_(platform),
@@ -85,6 +50,11 @@ CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
   ui_->setupUi(this);
   moduleList_ = ui_->moduleList;
   commandList_ = ui_->commandList;
+  commands_ = std::make_unique<CommandListPanel>(
+      *commandList_, static_cast<CommandListState&>(*this),
+      [this](const QString& command) { consolePage->SetInputText(command); });
+  serialLine_ = new SerialLine(platform_, upgradeActive, this);
+  fileSender_ = new FileSender(managementSocket, *this, this);
   setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                  Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
                  Qt::WindowCloseButtonHint);
@@ -130,7 +100,7 @@ bool CMainDlg::OnInitDialog() {
   programDir = platform_.paths.ProgramDir();
 
   dailyLogPath = QString::fromStdString(
-      DailyLogPath(programDir.toStdString(), ToTm(platform_.clock.LocalNow())));
+      DailyLogPath(programDir.toStdString(), LocalTm(platform_.clock.LocalNow())));
   AppendConsoleLog(dailyLogPath, "=========================================================\n");
   AppendConsoleLog(dailyLogPath, dailyLogPath);
   AppendConsoleLog(dailyLogPath, "\n= cmd  time    recv ===================================\n");
@@ -155,20 +125,7 @@ bool CMainDlg::OnInitDialog() {
   managementSocket.SetBroadcast(true);
   managementSocket.SetBuffers(0x300000, 0x200000);
 
-  moduleList_->table().SetKeyColumn(kColMac);
-  for (int c = 0; c < kModuleColumnCount; ++c)
-    moduleList_->InsertColumn(c, kModuleColumns[static_cast<std::size_t>(c)].header, 2,
-                              kModuleColumns[static_cast<std::size_t>(c)].width, c);
-  static constexpr struct {
-    const char* header;
-    int format;
-    int width;
-  } kCommandListColumns[kCommandColumns] = {
-      {"#", 2, 30}, {"Syntax", 0, 80}, {"Command send", 0, 200}, {"Description", 0, 340}};
-  for (int c = 0; c < kCommandColumns; ++c)
-    commandList_->InsertColumn(c, kCommandListColumns[c].header, kCommandListColumns[c].format,
-                               kCommandListColumns[c].width, c);
-  commandList_->hide();
+  InsertListColumns();
   selectedRow = -1;
 
   CreatePages();
@@ -190,9 +147,17 @@ bool CMainDlg::OnInitDialog() {
   QDateTime created = info.birthTime();
   if (!created.isValid()) created = info.metadataChangeTime();
   baseTitle = QString::fromStdString(
-      BaseTitle(ProgramTimeText(ToTm(created.toLocalTime()))));
+      BaseTitle(ProgramTimeText(LocalTm(created.toLocalTime()))));
   setWindowTitle(baseTitle);
   return true;
+}
+
+void CMainDlg::InsertListColumns() {
+  moduleList_->table().SetKeyColumn(kColMac);
+  for (int c = 0; c < kModuleColumnCount; ++c)
+    moduleList_->InsertColumn(c, kModuleColumns[static_cast<std::size_t>(c)].header, 2,
+                              kModuleColumns[static_cast<std::size_t>(c)].width, c);
+  commands_->InsertColumns();
 }
 
 void CMainDlg::CreatePages() {
@@ -200,13 +165,17 @@ void CMainDlg::CreatePages() {
   const QSignalBlocker quiet(tabs);
   tabs->addTab(configPage = new CConfigPage(*this), "IP ");
   tabs->addTab(networkPage = new CNetworkPage, "Network");
-  tabs->addTab(consolePage = new CConsolePage, "Console");
+  tabs->addTab(consolePage = new CConsolePage({platform_, *serialLine_, *this, *this, *this}),
+               "Console");
   tabs->addTab(upgraderPage = new CUpgraderPage, "Upgrader");
   tabs->addTab(macWriterPage = new CMacWriterPage, "Mac Writer");
   tabs->addTab(radioTestPage = new CRadioTestPage, "Ceritification");
   tabs->addTab(jigPage = new CJigPage, "Jig_tool");
   tabs->setCurrentIndex(0);
   configPage->OnInitDialog();
+  serialLine_->SetConsoleSink(
+      [page = consolePage](int direction, const QByteArray& text) { page->OnSerialText(direction, text); });
+  connect(fileSender_, &FileSender::StatusText, configPage, &CConfigPage::SetOperationStatus);
 }
 
 void CMainDlg::ShowTab(int index) {
@@ -253,36 +222,21 @@ bool CMainDlg::SendFrameAndSearch(std::uint8_t* frame) {
 }
 
 bool CMainDlg::SendFileFrame(const std::uint8_t* frame, std::size_t length) {
-  if (fileJobBroadcast != 0) {
-    // Nobody is told of a lost broadcast block.
-    int ignored = 0;
-    managementSocket.SendTo(frame, length, frame::kModulePort, "255.255.255.255", &ignored);
-    return true;
-  }
-  // Decided afresh for every block: the list and the selection as they are now.
-  std::vector<std::string> targets;
-  const auto collect = [this, &targets] {
-    if (fileJobAll == 0)
-      targets = {selectedModuleIp.toStdString()};
-    else
-      targets = FileTargetAddresses(moduleList_->table(), fileJobModel, useLanIp != 0);
-  };
-  if (QThread::currentThread() == thread())
-    collect();
-  else
-    QMetaObject::invokeMethod(this, collect, Qt::BlockingQueuedConnection);
+  return fileSender_->SendFileFrame(frame, length);
+}
 
-  int error = 0;
-  for (const std::string& address : targets)
-    if (managementSocket.SendTo(frame, length, frame::kModulePort, address, &error) == -1) {
-      const QString text = QString::asprintf(" SendTo cmd Error(%d)= %x", error,
-                                             static_cast<unsigned>(frame[frame::kCommand]));
-      QMetaObject::invokeMethod(
-          configPage, [page = configPage, text] { page->SetOperationStatus(text); },
-          QThread::currentThread() == thread() ? Qt::DirectConnection : Qt::QueuedConnection);
-      return false;
-    }
-  return true;
+void CMainDlg::PublishFileTargets() {
+  publishScheduled_ = false;
+  if (fileJobBroadcast) return;
+  fileSender_->PublishTargets(
+      fileJobAll == 0 ? std::vector<std::string>{selectedModuleIp.toStdString()}
+                      : FileTargetAddresses(moduleList_->table(), fileJobModel, useLanIp != 0));
+}
+
+void CMainDlg::ScheduleTargetPublish() {
+  if (!fileJobRunning || publishScheduled_) return;
+  publishScheduled_ = true;
+  QTimer::singleShot(0, this, &CMainDlg::PublishFileTargets);
 }
 
 void CMainDlg::PingAllModules() {
@@ -291,7 +245,10 @@ void CMainDlg::PingAllModules() {
   platform_.clock.WaitOnUiThread(2000);
 }
 
-void CMainDlg::ReadUseLanIp() { useLanIp = ui_->useLanIpCheck->isChecked() ? 1 : 0; }
+void CMainDlg::ReadUseLanIp() {
+  useLanIp = ui_->useLanIpCheck->isChecked() ? 1 : 0;
+  ScheduleTargetPublish();
+}
 
 void CMainDlg::OnUseLanIp() {
   ReadUseLanIp();
@@ -300,6 +257,7 @@ void CMainDlg::OnUseLanIp() {
   selectedAddress = AddressOfRow(selectedRow);
   // Also during an upload: its next unicast blocks go to the new address.
   selectedModuleIp = selectedAddress;
+  ScheduleTargetPublish();
 }
 
 void CMainDlg::OnFindDevices() {
@@ -316,11 +274,13 @@ void CMainDlg::StartSearch() {
   PrepareSearch(FrameTemplate);
   SendFrame(FrameTemplate.data(), frame::kSearchLength);
   selectedRow = -1;
+  ScheduleTargetPublish();
 }
 
 void CMainDlg::OnModuleRecord() {
   AddModuleRecord(moduleList_->table(), managementSocket.receiveBuffer.data(),
                   managementSocket.receivedLength);
+  ScheduleTargetPublish();
 }
 
 int CMainDlg::FindRowByMac(const QString& macText) const {
@@ -347,6 +307,7 @@ void CMainDlg::SelectRow(int row) {
   else
     selectedModuleIp = selectedAddress;
   selectedModuleType = moduleList_->GetItemText(row, kColType);
+  ScheduleTargetPublish();
   networkPage->OnTargetModuleChanged();
   setWindowTitle(QString::fromStdString(
       SelectedTitle(baseTitle.toStdString(), selectedAddress.toStdString())));
@@ -403,13 +364,7 @@ void CMainDlg::OnManagementNotify(long long wParam, long long /*lParam*/) {
   }
 }
 
-void CMainDlg::ShowAboutBox() {
-  QDialog box(this);
-  Ui::AboutDialog about;
-  about.setupUi(&box);
-  about.iconLabel->setPixmap(TorvekIcon().pixmap(32, 32));
-  platform_.prompter.RunDialog(box);
-}
+void CMainDlg::ShowAboutBox() { RunAboutBox(this, platform_.prompter); }
 
 bool CMainDlg::event(QEvent* event) {
   if (event->type() == PrivateMessage::TypeOf(WM_SOCKET_NOTIFY)) {
@@ -451,90 +406,33 @@ void CMainDlg::done(int result) {
 void CMainDlg::OnDestroy() {
   if (destroyed_) return;
   destroyed_ = true;
+  // No block goes out once the window is gone, and nothing is left that
+  // could send when the socket closes.
   managementSocket.ShutDown(CNotifySocket::kShutSends);
-  if (managementSocket.IsOpen()) platform_.clock.WaitOnUiThread(100);
-  managementSocket.Close();
+  fileSender_->Stop();
   CloseSerial();
   // The last texts of the run still reach the log file.
   if (consolePage) consolePage->FlushOutput();
+  if (managementSocket.IsOpen()) platform_.clock.WaitOnUiThread(100);
+  managementSocket.Close();
 }
 
 // The command list.
 
 bool CMainDlg::LoadCommandList(const QString& path) {
-  commandList_->DeleteAllRows();
-  // Read and write: a write-protected file counts as missing.
-  QFile file(path);
-  if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) return false;
-  const QByteArray content = file.readAll();
-  file.close();
-  const std::vector<CommandFields> rows =
-      ParseCommandList(std::string_view(content.constData(), static_cast<std::size_t>(content.size())));
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    const int row = static_cast<int>(i);
-    commandList_->InsertRow(row, QString::number(row + 1));
-    for (int c = 0; c < 3; ++c)
-      commandList_->SetCellText(row, c + 1, QString::fromLocal8Bit(rows[i][static_cast<std::size_t>(c)]));
-  }
-  commandList_->model().FlushRows();
-  if (!rows.empty())
-    commandList_->selectionModel()->setCurrentIndex(commandList_->model().index(0, 0),
-                                                    QItemSelectionModel::NoUpdate);
-  selectedRow = -1;
-  return true;
+  const bool loaded = commands_->Load(path);
+  if (loaded) selectedRow = -1;
+  return loaded;
 }
 
 void CMainDlg::OnCommandListClick() {
   ReadUseLanIp();
-  commandList_->viewport()->update();
-  if (commandList_->SelectedRow() < 0) {
-    selectedRow = -1;
-    return;
-  }
-  const int row = commandList_->currentIndex().row();
-  consolePage->SetInputText(commandList_->GetItemText(row, 2));
-  if (commandRow != -1) MarkCommandRow(commandRow, false);
-  commandRow = row;
+  if (!commands_->Click()) selectedRow = -1;
 }
 
-int CMainDlg::NextCommandRow(int& count, int& row) {
-  const int rows = commandList_->RowCount();
-  if (rows == 0) return 0;
-  if (commandRow == -1)
-    commandRow = 0;
-  else
-    MarkCommandRow(commandRow, false);
-  if (previousCommandRow != -1) MarkCommandRow(previousCommandRow, false);
-  MarkCommandRow(commandRow, true);
-  consolePage->SetInputText(commandList_->GetItemText(commandRow, 2));
-  count = rows;
-  row = commandRow;
-  previousCommandRow = commandRow;
-  commandRow = (commandRow + 1) % rows;
+int CMainDlg::NextCommandRow(int& count, int& row) { return commands_->NextRow(count, row); }
 
-  // While the next row lies below the visible part, the picture moves on by
-  // one row; it is never moved back after the wrap.
-  const int rowHeight = commandList_->rowHeight(0);
-  if (commandRow * rowHeight > commandList_->height()) {
-    QScrollBar* bar = commandList_->verticalScrollBar();
-    bar->setValue(bar->value() +
-                  (commandList_->verticalScrollMode() == QAbstractItemView::ScrollPerItem
-                       ? 1
-                       : rowHeight));
-  }
-  return 1;
-}
-
-void CMainDlg::MarkCommandRow(int row, bool on) {
-  if (row < 0 || row >= commandList_->RowCount()) return;
-  for (int c = 0; c < kCommandColumns; ++c)
-    commandList_->SetCellBackground(row, c, on ? kMarkRed : kWhite);
-  if (on)
-    commandList_->selectionModel()->select(commandList_->model().index(row, 0),
-                                           QItemSelectionModel::Deselect |
-                                               QItemSelectionModel::Rows);
-  commandList_->viewport()->update();
-}
+void CMainDlg::MarkCommandRow(int row, bool on) { commands_->MarkRow(row, on); }
 
 // The shortcuts.
 
@@ -589,9 +487,8 @@ void CMainDlg::OnSerialSwitch(int open) {
     CloseSerial();
 }
 
-void CMainDlg::ShowFailures(const QStringList& textAndTitle) {
-  for (int i = 0; i + 1 < textAndTitle.size(); i += 2)
-    platform_.prompter.Message(textAndTitle[i], textAndTitle[i + 1]);
+void CMainDlg::PostSerialSwitch(int open) {
+  QCoreApplication::postEvent(this, new PrivateMessage(WM_SERIAL_SWITCH, open, 0));
 }
 
 void CMainDlg::OpenSerial() {
@@ -600,91 +497,19 @@ void CMainDlg::OpenSerial() {
         "No Serial Data confige, Setup Serial port at the Serial tab page : config");
     return;
   }
-  // A second open brings the line up again with the settings of now.
-  CloseSerial();
-
-  auto* thread = new QThread;
-  thread->setObjectName("serial reader");
-  Clock& clock = platform_.clock;
-  auto* reader = new SerialReader(upgradeActive, [&clock] { return clock.TickMs(); });
-  reader->moveToThread(thread);
-  connect(thread, &QThread::finished, reader, &QObject::deleteLater);
-  thread->start();
-
-  QStringList failures;
-  int opened = 0;
-  const SerialConfig config = serialConfig;
-  const QString dir = programDir;
-  QMetaObject::invokeMethod(
-      reader, [&] { opened = reader->Open(config, dir, failures); },
-      Qt::BlockingQueuedConnection);
-  ShowFailures(failures);
-  if (!opened) {
-    thread->quit();
-    thread->wait();
-    delete thread;
-    serialHandle_ = SerialHandle::Invalid;
+  if (!serialLine_->Open(serialConfig, programDir))
     platform_.prompter.Message("Check Serial port and other properities");
-    return;
-  }
-  serialHandle_ = SerialHandle::Open;
-  serialThread_ = thread;
-  serialReader_ = reader;
-  const std::uint64_t session = ++serialSession_;
-  // For the console, texts are taken a few milliseconds after the first of a
-  // batch: a fast line then wakes the UI thread about a hundred times a
-  // second, not once per read, and nobody sees the delay. A script gets its
-  // chunks at once.
-  connect(reader, &SerialReader::TextsReady, this, [this, session] {
-    if (upgradeActive)
-      OnSerialTexts(session);
-    else
-      QTimer::singleShot(10, this, [this, session] { OnSerialTexts(session); });
-  }, Qt::QueuedConnection);
 }
 
-void CMainDlg::CloseSerial() {
-  ++serialSession_;  // whatever the old reader still has queued is dropped
-  if (!serialThread_) return;
-  SerialReader* reader = serialReader_;
-  QMetaObject::invokeMethod(reader, [reader] { reader->Close(); }, Qt::BlockingQueuedConnection);
-  serialThread_->quit();
-  serialThread_->wait();
-  delete serialThread_;
-  serialThread_ = nullptr;
-  serialReader_ = nullptr;
-  serialHandle_ = SerialHandle::Closed;
-}
+void CMainDlg::CloseSerial() { serialLine_->Close(); }
 
-void CMainDlg::OnSerialTexts(std::uint64_t session) {
-  if (session != serialSession_ || !serialReader_) return;
-  const QList<SerialText> texts = serialReader_->TakeTexts();
-  for (const SerialText& t : texts) FeedSerialText(0, t.text, t.tick);
-}
+bool CMainDlg::SerialReaderRunning() const { return serialLine_->ReaderRunning(); }
 
 void CMainDlg::FeedSerialText(int direction, const QByteArray& text, std::int64_t tick) {
-  if (upgradeActive) {
-    if (upgraderSerialSink) upgraderSerialSink(direction, text, static_cast<int>(text.size()));
-    return;
-  }
-  lastTextTick = tick < 0 ? platform_.clock.TickMs() : tick;
-  if (consolePage) consolePage->OnSerialText(direction, text);
+  serialLine_->Feed(direction, text, tick);
 }
 
-void CMainDlg::SendSerialText(const QByteArray& text) {
-  FeedSerialText(1, text);
-  lastSendTick = platform_.clock.TickMs();
-  if (serialHandle_ == SerialHandle::Invalid) {
-    // Only a write of a whole text says so; a single byte goes nowhere quietly.
-    if (!text.isEmpty()) platform_.prompter.Message("Invalid handle");
-    return;
-  }
-  if (!serialReader_) return;  // closed: the count would be 0
-  const QByteArray bytes = text.isEmpty() ? QByteArray(1, '\n') : text;
-  SerialReader* reader = serialReader_;
-  QMetaObject::invokeMethod(reader, [reader, bytes] { reader->Write(bytes); },
-                            Qt::QueuedConnection);
-}
+void CMainDlg::SendSerialText(const QByteArray& text) { serialLine_->Send(text); }
 
 bool CMainDlg::SaveSerialConfig(const QString& path) {
   return torvek::SaveSerialConfig(path.toStdString(), serialConfig);

@@ -1,22 +1,21 @@
 // The one window of the tool: the module list on the left, seven pages on the
-// right. It owns everything that lives for the whole run, and the pages reach
-// it through theMainDlg.
+// right. It owns the pages and the subsystems' controllers, routes the
+// management socket's answers to them, and keeps the process-wide values
+// under the names the pages know them by.
 #pragma once
 
 #include <QByteArray>
 #include <QDialog>
 #include <QString>
-#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
 
 #include "core/management_frame.h"
 #include "core/notify_socket.h"
+#include "core/process_values.h"
 #include "platform/platform.h"
-#include "terminals/serial_config.h"
-
-class QThread;
+#include "terminals/console_host.h"
 
 namespace Ui {
 class MainDialog;
@@ -32,9 +31,17 @@ class CUpgraderPage;
 class CMacWriterPage;
 class CRadioTestPage;
 class CJigPage;
-class SerialReader;
+class CommandListPanel;
+class FileSender;
+class SerialLine;
 
-class CMainDlg : public QDialog {
+class CMainDlg : public QDialog,
+                 public ProgramValues,
+                 public Selection,
+                 public FileJobFlags,
+                 public SerialFields,
+                 public CommandListState,
+                 public ConsoleHost {
   Q_OBJECT
  public:
   explicit CMainDlg(Platform& platform, QWidget* parent = nullptr);
@@ -51,11 +58,15 @@ class CMainDlg : public QDialog {
   void StampFrame(std::uint8_t* frame, std::size_t length);
   // A request whose answer changes the list: send it and search again.
   bool SendFrameAndSearch(std::uint8_t* frame);
-  // One block of a file job, by the job's settings; not stamped here. Safe to
-  // call from the file sender: the list and the selection are read on the UI
-  // thread, by a blocking call, so the UI thread must never wait for a sender
-  // that is inside it. False when a send failed; the status line tells it.
+  // One block of a file job, by the job's settings; not stamped here. Safe on
+  // the file sender's thread: it reads the targets that the UI thread
+  // published, never the list. False when a send failed; the status line
+  // tells it.
   bool SendFileFrame(const std::uint8_t* frame, std::size_t length);
+  // Hands the sender the targets of the list, the selection and the Use LAN
+  // IP box as they are now, by the job's flags. A job publishes before its
+  // first block; while it runs, every change of those publishes again.
+  void PublishFileTargets();
   // Pings every row (hidden, not waited for), then holds the UI thread 2 s so
   // that the modules' ARP entries are fresh before the first block.
   void PingAllModules();
@@ -74,8 +85,8 @@ class CMainDlg : public QDialog {
   void ShowAboutBox();
 
   // The command list and the shortcuts under the module list.
-  bool LoadCommandList(const QString& path);
-  int NextCommandRow(int& count, int& row);
+  bool LoadCommandList(const QString& path) override;
+  int NextCommandRow(int& count, int& row) override;
   void MarkCommandRow(int row, bool on);
   bool HaveSelectedModule();
   void OnCommandListClick();
@@ -87,6 +98,7 @@ class CMainDlg : public QDialog {
   // The serial line.
   void OnSerialSetup();
   void OnSerialSwitch(int open);
+  void PostSerialSwitch(int open) override;
   void OpenSerial();
   void CloseSerial();
   // `tick` is when a received text was read; -1 means now.
@@ -94,11 +106,13 @@ class CMainDlg : public QDialog {
   void SendSerialText(const QByteArray& text);
   bool SaveSerialConfig(const QString& path);
   bool LoadSerialConfig(const QString& path);
-  bool SerialReaderRunning() const { return serialThread_ != nullptr; }
+  bool SerialReaderRunning() const;
 
   Platform& platform() { return platform_; }
   CCellColorList& ModuleList() { return *moduleList_; }
   CCellColorList& commandList() { return *commandList_; }
+  SerialLine& serialLine() { return *serialLine_; }
+  FileSender& fileSender() { return *fileSender_; }
   CNotifySocket managementSocket;
 
   CConfigPage* configPage = nullptr;
@@ -108,43 +122,6 @@ class CMainDlg : public QDialog {
   CMacWriterPage* macWriterPage = nullptr;
   CRadioTestPage* radioTestPage = nullptr;
   CJigPage* jigPage = nullptr;
-
-  // Process-wide values.
-  QString programFile;
-  QString programDir;
-  QString dailyLogPath;
-  QString serialConfigPath;
-  QString baseTitle;
-  QString pcIp;
-  MacAddress pcMac{};
-  FrameBuffer FrameTemplate{};
-  int selectedRow = -1;
-  QString selectedModuleType = "G : default";
-  int selectedFirmwareMajor = 3;
-  MacAddress selectedModuleMac{};
-  QString selectedAddress;
-  QString selectedModuleIp;
-  int useLanIp = 1;
-  std::atomic<bool> fileJobRunning{false};
-  int commandRow = -1;
-  int previousCommandRow = -1;
-  SerialConfig serialConfig;
-  // Set by the upgrader while a script drives the line: the reader then cuts
-  // chunks and the text goes to upgraderSerialSink instead of the console.
-  std::atomic<int> upgradeActive{0};
-  std::function<void(int direction, const QByteArray& text, int length)> upgraderSerialSink;
-  std::int64_t lastSendTick = 0;
-  std::int64_t lastTextTick = 0;
-  // What the operator last asked of the port through a page's open button.
-  bool serialOpen = false;
-  // The last line the Console page sent, terminator included.
-  QByteArray lastSentText;
-  // The file job: 1 broadcasts every block; 1 sends to all rows rather than
-  // the selected module; the job's model code.
-  std::atomic<int> fileJobBroadcast{0};
-  std::atomic<int> fileJobAll{0};
-  std::atomic<int> fileJobModel{0};
-  QString downloadPath;
 
   // Answers whose handlers live with other pages; those pages put them here.
   // A MAC writer answer is a copy that is valid during the call only.
@@ -161,24 +138,23 @@ class CMainDlg : public QDialog {
  private:
   void OnDestroy();
   void CreatePages();
+  void InsertListColumns();
   QString AddressOfRow(int row) const;
   // Takes the Use LAN IP box into useLanIp.
   void ReadUseLanIp();
   QString ShortcutAddress();
-  void OnSerialTexts(std::uint64_t session);
-  void ShowFailures(const QStringList& textAndTitle);
-
-  enum class SerialHandle { Invalid, Open, Closed };
-  SerialHandle serialHandle_ = SerialHandle::Invalid;
-  QThread* serialThread_ = nullptr;
-  SerialReader* serialReader_ = nullptr;
-  // Text still queued from a reader that has been closed is dropped.
-  std::uint64_t serialSession_ = 0;
+  // The targets are published once the events of the moment are handled, so
+  // that a burst of records costs one publication.
+  void ScheduleTargetPublish();
 
   Platform& platform_;
   std::unique_ptr<Ui::MainDialog> ui_;
   CCellColorList* moduleList_ = nullptr;
   CCellColorList* commandList_ = nullptr;
+  std::unique_ptr<CommandListPanel> commands_;
+  SerialLine* serialLine_ = nullptr;
+  FileSender* fileSender_ = nullptr;
+  bool publishScheduled_ = false;
   bool endedDuringStartUp_ = false;
   bool destroyed_ = false;
 };

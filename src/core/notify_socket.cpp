@@ -31,14 +31,16 @@ CNotifySocket::CNotifySocket(Prompter& prompter, QObject* parent)
 CNotifySocket::~CNotifySocket() { Close(); }
 
 bool CNotifySocket::CreateDatagram(std::uint16_t port) {
-  udp_ = std::make_unique<UdpSocket>(
+  Close();
+  auto udp = std::make_unique<UdpSocket>(
       [this] { QMetaObject::invokeMethod(this, &CNotifySocket::Drain, Qt::QueuedConnection); });
-  const int error = udp_->Bind(port, kReceiveSize);
+  const int error = udp->Bind(port, kReceiveSize);
   if (error != 0) {
     lastError = SocketErrorFromErrno(error);
-    udp_.reset();
     return false;
   }
+  std::unique_lock lock(udpLock_);
+  udp_ = std::move(udp);
   return true;
 }
 
@@ -67,6 +69,7 @@ bool CNotifySocket::SetBuffers(int sendBytes, int receiveBytes) {
 long CNotifySocket::SendTo(const std::uint8_t* data, std::size_t length, std::uint16_t port,
                            const std::string& address, int* error) {
   int& code = error != nullptr ? *error : lastError;
+  std::shared_lock lock(udpLock_);
   if (!IsOpen()) {
     code = kErrNotSocket;
     return -1;
@@ -82,8 +85,13 @@ void CNotifySocket::ShutDown(ShutHow how) {
 }
 
 void CNotifySocket::Close() {
-  if (udp_) udp_->Close();
-  udp_.reset();
+  std::unique_ptr<UdpSocket> closing;
+  {
+    std::unique_lock lock(udpLock_);
+    closing = std::move(udp_);
+  }
+  // The reader thread is joined outside the lock: a send waits for nothing.
+  if (closing) closing->Close();
   pending_.clear();
   handled_.clear();
 }

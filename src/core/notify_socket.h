@@ -13,6 +13,7 @@
 #include <vector>
 #include <cstdint>
 #include <memory>
+#include <shared_mutex>
 #include <string>
 
 namespace torvek {
@@ -83,6 +84,9 @@ class CNotifySocket : public QObject {
   void OnReceive(const struct ReceivedDatagram& datagram);
 
   Prompter& prompter_;
+  // Replaced and closed on the UI thread only, under the lock; a send from
+  // the file sender holds it shared, so it never meets a closing socket.
+  mutable std::shared_mutex udpLock_;
   std::unique_ptr<UdpSocket> udp_;
   // Datagrams taken from the reader and not yet handed to the owner, oldest
   // first. A member, so that a nested drain (a modal box's event loop) goes on

@@ -1,18 +1,19 @@
 #include "terminals/console_page.h"
 
-#include <QCoreApplication>
 #include <QKeyEvent>
 #include <QScrollBar>
 #include <QTextCursor>
 
 #include "core/daily_log.h"
-#include "core/main_dialog.h"
+#include "platform/platform.h"
+#include "terminals/console_host.h"
+#include "terminals/serial_line.h"
 #include "ui_console_page.h"
 
 namespace torvek {
 
-CConsolePage::CConsolePage(QWidget* parent)
-    : QWidget(parent), ui_(std::make_unique<Ui::ConsolePage>()) {
+CConsolePage::CConsolePage(const ConsoleLinks& links, QWidget* parent)
+    : QWidget(parent), links_(links), ui_(std::make_unique<Ui::ConsolePage>()) {
   ui_->setupUi(this);
   setObjectName("console_page");
   for (int row = 0; row < kIntervalRows; ++row)
@@ -37,7 +38,7 @@ CConsolePage::CConsolePage(QWidget* parent)
   autoSendTimer_.setInterval(100);
   connect(&autoSendTimer_, &QTimer::timeout, this, &CConsolePage::OnAutoSendTick);
   autoSendTimer_.start();
-  if (theMainDlg) theMainDlg->serialOpen = false;
+  links_.serial.serialOpen = false;
 }
 
 CConsolePage::~CConsolePage() = default;
@@ -52,27 +53,24 @@ void CConsolePage::OnSerialText(int direction, const QByteArray& text) {
   WriteReceivedToLog(text);
   // Only a stamped text needs the time.
   QTime now;
-  if ((direction == 1 || text.contains('<')) && theMainDlg)
-    now = theMainDlg->platform().clock.LocalNow().time();
+  if (direction == 1 || text.contains('<')) now = links_.platform.clock.LocalNow().time();
   // A module that crashed says so on its console: one beep, until the
   // operator clears the buffer, in case nobody is looking at the box.
-  if (box_.Append(ConsoleDisplayText(direction, View(text), now.hour(), now.minute(), now.second())) &&
-      theMainDlg)
-    theMainDlg->platform().beeper.Beep();
+  if (box_.Append(ConsoleDisplayText(direction, View(text), now.hour(), now.minute(), now.second())))
+    links_.platform.beeper.Beep();
   if (!flushTimer_.isActive()) flushTimer_.start();
 }
 
 void CConsolePage::WriteReceivedToLog(const QByteArray& text) {
-  if (!theMainDlg) return;
-  const auto entry = ReceivedLogText(View(text), View(theMainDlg->lastSentText),
-                                     theMainDlg->lastTextTick - theMainDlg->lastSendTick);
+  const auto entry = ReceivedLogText(View(text), View(lastSentText),
+                                     links_.line.lastTextTick - links_.line.lastSendTick);
   if (entry) pendingLog_.append(entry->data(), static_cast<qsizetype>(entry->size()));
 }
 
 void CConsolePage::FlushOutput() {
   flushTimer_.stop();
-  if (!pendingLog_.isEmpty() && theMainDlg) {
-    AppendConsoleLog(theMainDlg->dailyLogPath, pendingLog_);
+  if (!pendingLog_.isEmpty()) {
+    AppendConsoleLog(links_.program.dailyLogPath, pendingLog_);
     pendingLog_.clear();
   }
   QPlainTextEdit* view = ui_->logBox;
@@ -93,14 +91,14 @@ void CConsolePage::FlushOutput() {
 }
 
 void CConsolePage::SendConsoleLine() {
-  if (!theMainDlg || !theMainDlg->serialOpen) return;
+  if (!links_.serial.serialOpen) return;
   const std::string line =
       BuildConsoleLine(InputText().toStdString(), ui_->terminatorCombo->currentIndex());
   const QByteArray bytes(line.data(), static_cast<qsizetype>(line.size()));
-  theMainDlg->lastSentText = bytes;
+  lastSentText = bytes;
   pendingLog_.append(bytes);
   pendingLog_.append("  ");
-  theMainDlg->SendSerialText(bytes);
+  links_.line.Send(bytes);
 }
 
 void CConsolePage::SetInputText(const QString& text) { ui_->inputEdit->setText(text); }
@@ -112,9 +110,8 @@ void CConsolePage::OnSend() {
 }
 
 void CConsolePage::OnSerialPortOpen() {
-  if (!theMainDlg) return;
-  bool& open = theMainDlg->serialOpen;
-  QCoreApplication::postEvent(theMainDlg, new PrivateMessage(WM_SERIAL_SWITCH, open ? 0 : 1, 0));
+  bool& open = links_.serial.serialOpen;
+  links_.host.PostSerialSwitch(open ? 0 : 1);
   ui_->serialOpenButton->setText(open ? "Serial Port Open" : "Serial Port Close");
   open = !open;
 }
@@ -127,25 +124,23 @@ void CConsolePage::OnClearBuffer() {
 }
 
 void CConsolePage::OnLogViewer() {
-  if (theMainDlg) theMainDlg->platform().launcher.OpenFile(theMainDlg->dailyLogPath);
+  links_.platform.launcher.OpenFile(links_.program.dailyLogPath);
 }
 
 void CConsolePage::OnLoadData() {
-  if (!theMainDlg) return;
-  const QString path =
-      theMainDlg->platform().prompter.OpenFileName("Load Data", "All file (*.txt *.*)",
-                                                   theMainDlg->programDir);
-  if (!path.isEmpty()) theMainDlg->LoadCommandList(path);
+  const QString path = links_.platform.prompter.OpenFileName("Load Data", "All file (*.txt *.*)",
+                                                            links_.program.programDir);
+  if (!path.isEmpty()) links_.host.LoadCommandList(path);
 }
 
 void CConsolePage::OnAutoSendTick() {
   if (++autoSendCount < IntervalTicks(ui_->intervalCombo->currentIndex())) return;
-  if (ui_->autoSendCheck->isChecked() && theMainDlg) {
+  if (ui_->autoSendCheck->isChecked()) {
     int count = 0;
     int row = 0;
-    if (theMainDlg->NextCommandRow(count, row)) {
+    if (links_.host.NextCommandRow(count, row)) {
       SendConsoleLine();
-      ui_->logPathLabel->setText(theMainDlg->dailyLogPath);
+      ui_->logPathLabel->setText(links_.program.dailyLogPath);
     }
   }
   autoSendCount = 0;

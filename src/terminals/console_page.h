@@ -7,6 +7,7 @@
 #include <QWidget>
 #include <memory>
 
+#include "core/process_values.h"
 #include "terminals/console_rules.h"
 
 namespace Ui {
@@ -15,10 +16,23 @@ class ConsolePage;
 
 namespace torvek {
 
+class ConsoleHost;
+class SerialLine;
+struct Platform;
+
+// Everything the page uses of the rest of the program.
+struct ConsoleLinks {
+  Platform& platform;
+  SerialLine& line;
+  SerialFields& serial;
+  const ProgramValues& program;
+  ConsoleHost& host;
+};
+
 class CConsolePage : public QWidget {
   Q_OBJECT
  public:
-  explicit CConsolePage(QWidget* parent = nullptr);
+  explicit CConsolePage(const ConsoleLinks& links, QWidget* parent = nullptr);
   ~CConsolePage() override;
 
   // Direction 0 received, 1 sent. Takes the text into the box and the log
@@ -40,6 +54,8 @@ class CConsolePage : public QWidget {
   void OnAutoSendTick();
 
   int autoSendCount = 0;
+  // The last line the page sent, terminator included.
+  QByteArray lastSentText;
 
  protected:
   // Enter sends, Esc does nothing: neither closes the window.
@@ -48,6 +64,7 @@ class CConsolePage : public QWidget {
  private:
   void WriteReceivedToLog(const QByteArray& text);
 
+  ConsoleLinks links_;
   std::unique_ptr<Ui::ConsolePage> ui_;
   ConsoleBox box_;
   QByteArray pendingLog_;

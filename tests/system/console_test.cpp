@@ -19,6 +19,7 @@
 #include "pty_pair.h"
 #include "system_fixture.h"
 #include "terminals/console_page.h"
+#include "terminals/serial_line.h"
 
 using namespace torvek;
 using namespace torvek::test;
@@ -278,10 +279,10 @@ class ConsoleTest : public QObject {
     // During an upgrade run the chunks and the sent texts go to the script's
     // sink, not to the console.
     QList<QPair<int, QByteArray>> script;
-    w.dialog.upgraderSerialSink = [&](int direction, const QByteArray& text, int length) {
+    w.dialog.serialLine().SetScriptSink([&](int direction, const QByteArray& text, int length) {
       QCOMPARE(length, int(text.size()));
       script.append({direction, text});
-    };
+    });
     w.dialog.consolePage->FlushOutput();
     const QString before = box->toPlainText();
     w.dialog.upgradeActive = 1;

@@ -195,21 +195,27 @@ class OperationsTest : public QObject {
     d.fileJobBroadcast = 1;
     QVERIFY(send(1));
     d.fileJobBroadcast = 0;
+    d.PublishFileTargets();
     QVERIFY(send(2));
     d.fileJobAll = 1;
     d.fileJobModel = kModel730;
+    d.PublishFileTargets();
     QVERIFY(send(3));
-    d.fileJobModel = kModel740P;
 
-    // From another thread, as the file sender does.
+    // While a job runs, the UI thread publishes every change by itself; the
+    // file sender's thread reads the latest without waiting for it.
+    d.fileJobRunning = true;
+    d.fileJobModel = kModel740P;
+    d.OnUseLanIp();
     std::atomic<bool> done{false}, sent{false};
+    QTest::qWait(20);
     std::thread sender([&] {
       sent = send(4);
       done = true;
     });
-    QTRY_VERIFY(done.load());
     sender.join();
-    QVERIFY(sent.load());
+    QVERIFY(done.load() && sent.load());
+    d.fileJobRunning = false;
 
     QTRY_COMPARE(sim.FramesOf(56).size(), 7);
     QStringList where;
@@ -221,6 +227,7 @@ class OperationsTest : public QObject {
     // A send that fails tells the status line, and no box.
     d.fileJobAll = 0;
     d.selectedModuleIp.clear();
+    d.PublishFileTargets();
     QVERIFY(!send(5));
     QVERIFY(d.configPage->OperationStatus().startsWith(" SendTo cmd Error("));
     QVERIFY(d.configPage->OperationStatus().endsWith(")= 38"));

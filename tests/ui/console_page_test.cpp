@@ -8,18 +8,44 @@
 #include <QtTest/QTest>
 
 #include "control_by_id.h"
-
+#include "scripted_prompter.h"
+#include "terminals/console_host.h"
 #include "terminals/console_page.h"
+#include "terminals/serial_line.h"
 
 using namespace torvek;
 using torvek::test::ById;
+
+namespace {
+
+// The page alone, with a window around it that records what it is asked.
+struct ConsoleRig : ConsoleHost {
+  torvek::test::OfflinePlatform p;
+  SerialFields serial;
+  ProgramValues program;
+  SerialLine line{p.platform, serial.upgradeActive};
+  QList<int> switches;
+  int steps = 0;
+  CConsolePage page{{p.platform, line, serial, program, *this}};
+
+  bool LoadCommandList(const QString&) override { return true; }
+  int NextCommandRow(int& count, int& row) override {
+    count = 1;
+    row = 0;
+    return ++steps;
+  }
+  void PostSerialSwitch(int open) override { switches << open; }
+};
+
+}  // namespace
 
 class ConsolePageTest : public QObject {
   Q_OBJECT
 
  private slots:
   void templateHoldsEveryControlWithItsTextAndStartingRow() {
-    CConsolePage page;
+    ConsoleRig rig;
+    CConsolePage& page = rig.page;
     QCOMPARE(page.property("controlId").toInt(), 134);
     const struct {
       int id;
@@ -53,7 +79,8 @@ class ConsolePageTest : public QObject {
   }
 
   void theTimerCountsTicksWhetherOrNotAutoSendIsTicked() {
-    CConsolePage page;
+    ConsoleRig rig;
+    CConsolePage& page = rig.page;
     QCOMPARE(page.autoSendCount, 0);
     ById<QComboBox>(page, 1051)->setCurrentIndex(2);  // 300 ms
     page.OnAutoSendTick();

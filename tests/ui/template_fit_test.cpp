@@ -58,7 +58,7 @@ class TemplateFitTest : public QObject, test::OfflinePlatform {
   void everyTemplateKeepsItsTextsWhole() {
     CMainDlg main(platform);
     CConfigPage config(main);
-    CConsolePage console;
+    CConsolePage console({platform, main.serialLine(), main, main, main});
     CHowManyDlg howMany;
     CCompanyIdDlg companyId;
     CSystemDataDlg systemData(main);

@@ -38,5 +38,35 @@ TEST(CommandList, ALineLongerThanThePieceBecomesSeveralRows) {
   EXPECT_EQ(ParseCommandList(std::string(kCommandLinePiece - 1, 'y') + "\n").size(), 1u);
 }
 
+TEST(CommandList, TheWalkStartsAtTheTopWrapsAndUnmarksWhatItMarkedBefore) {
+  // A fresh walk: nothing to unmark, row 0 is used, row 1 is next.
+  CommandWalkStep step = StepCommandWalk(3, -1, -1);
+  EXPECT_EQ(step.unmarkRow, -1);
+  EXPECT_EQ(step.unmarkPreviousRow, -1);
+  EXPECT_EQ(step.markRow, 0);
+  EXPECT_EQ(step.commandRow, 1);
+  EXPECT_EQ(step.previousCommandRow, 0);
+  // The last row wraps to the first and both marks of before go.
+  step = StepCommandWalk(3, 2, 1);
+  EXPECT_EQ(step.unmarkRow, 2);
+  EXPECT_EQ(step.unmarkPreviousRow, 1);
+  EXPECT_EQ(step.markRow, 2);
+  EXPECT_EQ(step.commandRow, 0);
+  // After a click on row 1 the walk goes on from the clicked row, not behind it.
+  step = StepCommandWalk(3, 1, 0);
+  EXPECT_EQ(step.markRow, 1);
+  EXPECT_EQ(step.commandRow, 2);
+  // One row: the walk stays on it.
+  step = StepCommandWalk(1, 0, 0);
+  EXPECT_EQ(step.markRow, 0);
+  EXPECT_EQ(step.commandRow, 0);
+}
+
+TEST(CommandList, TheWalkScrollsOnlyWhileTheNextRowIsBelowTheView) {
+  EXPECT_FALSE(WalkScrollsOn(10, 20, 200));  // exactly at the bottom edge
+  EXPECT_TRUE(WalkScrollsOn(11, 20, 200));
+  EXPECT_FALSE(WalkScrollsOn(0, 20, 200));   // after the wrap: no move back
+}
+
 }  // namespace
 }  // namespace torvek

@@ -1,0 +1,62 @@
+// The file sender: a thread of its own that sends the blocks of a file job
+// through the management socket, one every few milliseconds. It never touches
+// a widget and never waits for the UI thread: the addresses come from a
+// snapshot that the UI thread publishes, and what it has to tell goes out as
+// queued signals.
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "core/file_targets.h"
+
+namespace torvek {
+
+class CNotifySocket;
+struct FileJobFlags;
+
+class FileSender : public QObject {
+  Q_OBJECT
+ public:
+  FileSender(CNotifySocket& socket, FileJobFlags& flags, QObject* parent = nullptr);
+  ~FileSender() override;
+
+  // UI thread: where the unicast blocks go from the next block on.
+  void PublishTargets(std::vector<std::string> addresses) { targets_.Publish(std::move(addresses)); }
+  // Any thread: one block, by the job's flags and the latest targets; not
+  // stamped here. False when a send failed; StatusText then tells it.
+  bool SendFileFrame(const std::uint8_t* frame, std::size_t length);
+
+  // UI thread: sends the blocks in order, `gapMs` apart, with fileJobRunning
+  // set until the last has gone. False while a job runs.
+  bool StartJob(std::vector<std::vector<std::uint8_t>> blocks, int gapMs);
+  // UI thread: ends a running job at once and waits for its thread.
+  void Stop();
+  // Blocks handed to the socket in the job of now or the last one.
+  int BlocksSent() const { return blocksSent_.load(); }
+
+ signals:
+  // Emitted on the sender's thread; connect them to the UI thread.
+  void StatusText(const QString& text);
+  void JobEnded();
+
+ private:
+  void Run(std::vector<std::vector<std::uint8_t>> blocks, int gapMs);
+
+  CNotifySocket& socket_;
+  FileJobFlags& flags_;
+  FileTargetSnapshot targets_;
+  std::thread thread_;
+  std::mutex mutex_;
+  std::condition_variable wake_;
+  bool stop_ = false;  // under mutex_
+  std::atomic<int> blocksSent_{0};
+};
+
+}  // namespace torvek

@@ -1,0 +1,34 @@
+#include "core/about_box.h"
+
+#include <QDialog>
+#include <QPainter>
+
+#include "platform/prompter.h"
+#include "ui_about_dialog.h"
+
+namespace torvek {
+
+// Icon 128: drawn rather than shipped, so no image file can go missing.
+QIcon TorvekIcon() {
+  QPixmap pixmap(32, 32);
+  pixmap.fill(Qt::transparent);
+  QPainter p(&pixmap);
+  p.setRenderHint(QPainter::Antialiasing);
+  p.setBrush(QColor(0x1F, 0x5F, 0x9F));
+  p.setPen(Qt::NoPen);
+  p.drawRoundedRect(2, 2, 28, 28, 6, 6);
+  p.setPen(QPen(Qt::white, 2.5));
+  p.drawLine(9, 10, 23, 10);
+  p.drawLine(16, 10, 16, 24);
+  return QIcon(pixmap);
+}
+
+void RunAboutBox(QWidget* parent, Prompter& prompter) {
+  QDialog box(parent);
+  Ui::AboutDialog about;
+  about.setupUi(&box);
+  about.iconLabel->setPixmap(TorvekIcon().pixmap(32, 32));
+  prompter.RunDialog(box);
+}
+
+}  // namespace torvek

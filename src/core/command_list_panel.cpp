@@ -1,0 +1,96 @@
+#include "core/command_list_panel.h"
+
+#include <QFile>
+#include <QScrollBar>
+
+#include "controls/cell_color_list.h"
+#include "core/command_list.h"
+
+namespace torvek {
+
+namespace {
+constexpr int kCommandColumns = 4;
+constexpr Color kMarkRed = 0x0000FF;
+constexpr Color kWhite = 0xFFFFFF;
+}  // namespace
+
+CommandListPanel::CommandListPanel(CCellColorList& list, CommandListState& state,
+                                   std::function<void(const QString&)> showCommand)
+    : list_(list), state_(state), showCommand_(std::move(showCommand)) {}
+
+void CommandListPanel::InsertColumns() {
+  static constexpr struct {
+    const char* header;
+    int format;
+    int width;
+  } kColumns[kCommandColumns] = {
+      {"#", 2, 30}, {"Syntax", 0, 80}, {"Command send", 0, 200}, {"Description", 0, 340}};
+  for (int c = 0; c < kCommandColumns; ++c)
+    list_.InsertColumn(c, kColumns[c].header, kColumns[c].format, kColumns[c].width, c);
+  list_.hide();
+}
+
+bool CommandListPanel::Load(const QString& path) {
+  list_.DeleteAllRows();
+  // Read and write: a write-protected file counts as missing.
+  QFile file(path);
+  if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) return false;
+  const QByteArray content = file.readAll();
+  file.close();
+  const std::vector<CommandFields> rows = ParseCommandList(
+      std::string_view(content.constData(), static_cast<std::size_t>(content.size())));
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    const int row = static_cast<int>(i);
+    list_.InsertRow(row, QString::number(row + 1));
+    for (int c = 0; c < 3; ++c)
+      list_.SetCellText(row, c + 1, QString::fromLocal8Bit(rows[i][static_cast<std::size_t>(c)]));
+  }
+  list_.model().FlushRows();
+  if (!rows.empty())
+    list_.selectionModel()->setCurrentIndex(list_.model().index(0, 0),
+                                            QItemSelectionModel::NoUpdate);
+  return true;
+}
+
+bool CommandListPanel::Click() {
+  list_.viewport()->update();
+  if (list_.SelectedRow() < 0) return false;
+  const int row = list_.currentIndex().row();
+  showCommand_(list_.GetItemText(row, 2));
+  if (state_.commandRow != -1) MarkRow(state_.commandRow, false);
+  state_.commandRow = row;
+  return true;
+}
+
+int CommandListPanel::NextRow(int& count, int& row) {
+  const int rows = list_.RowCount();
+  if (rows == 0) return 0;
+  const CommandWalkStep step = StepCommandWalk(rows, state_.commandRow, state_.previousCommandRow);
+  MarkRow(step.unmarkRow, false);
+  MarkRow(step.unmarkPreviousRow, false);
+  MarkRow(step.markRow, true);
+  showCommand_(list_.GetItemText(step.markRow, 2));
+  count = rows;
+  row = step.markRow;
+  state_.previousCommandRow = step.previousCommandRow;
+  state_.commandRow = step.commandRow;
+
+  if (WalkScrollsOn(state_.commandRow, list_.rowHeight(0), list_.height())) {
+    QScrollBar* bar = list_.verticalScrollBar();
+    bar->setValue(bar->value() + (list_.verticalScrollMode() == QAbstractItemView::ScrollPerItem
+                                      ? 1
+                                      : list_.rowHeight(0)));
+  }
+  return 1;
+}
+
+void CommandListPanel::MarkRow(int row, bool on) {
+  if (row < 0 || row >= list_.RowCount()) return;
+  for (int c = 0; c < kCommandColumns; ++c) list_.SetCellBackground(row, c, on ? kMarkRed : kWhite);
+  if (on)
+    list_.selectionModel()->select(list_.model().index(row, 0),
+                                   QItemSelectionModel::Deselect | QItemSelectionModel::Rows);
+  list_.viewport()->update();
+}
+
+}  // namespace torvek

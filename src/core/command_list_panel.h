@@ -1,0 +1,37 @@
+// The command list under the Console tab: its rows from command_list.txt, the
+// red mark of Auto Send's walk and the click that copies a row's command.
+#pragma once
+
+#include <QString>
+#include <functional>
+
+#include "core/process_values.h"
+
+namespace torvek {
+
+class CCellColorList;
+
+class CommandListPanel {
+ public:
+  // `showCommand` puts a row's command into the Console page's input box.
+  CommandListPanel(CCellColorList& list, CommandListState& state,
+                   std::function<void(const QString&)> showCommand);
+
+  // Sets the columns; the list starts hidden.
+  void InsertColumns();
+  // False when the file is missing or write-protected; the list is emptied either way.
+  bool Load(const QString& path);
+  // A click in the list, below its last row included. False when no row is
+  // selected after it.
+  bool Click();
+  // One step of the walk; 0 when the list is empty.
+  int NextRow(int& count, int& row);
+  void MarkRow(int row, bool on);
+
+ private:
+  CCellColorList& list_;
+  CommandListState& state_;
+  std::function<void(const QString&)> showCommand_;
+};
+
+}  // namespace torvek

@@ -8,9 +8,12 @@
 #include <QThread>
 #include <QtTest/QTest>
 #include <chrono>
+#include <thread>
 
 #include "control_by_id.h"
 #include "pty_pair.h"
+#include "scripted_prompter.h"
+#include "terminals/serial_line.h"
 #include "terminals/serial_port.h"
 #include "terminals/serial_setup_dialog.h"
 
@@ -133,6 +136,39 @@ class SerialTest : public QObject {
     QTRY_COMPARE(r.texts.join(), QByteArray("again\n"));
     QTest::qWait(100);
     QCOMPARE(pty.Read(), QByteArray());
+  }
+
+  void textThatArrivesWhileTheLineOpensReachesTheConsoleEveryTime() {
+    // A peer that talks without pause: whenever the port goes live, and
+    // whatever the UI thread is doing then (a box of the open, say), text is
+    // already on its way. A reader that told nobody would go silent for good.
+    PtyPair pty(Dir() + "COM3", Dir() + "peer3");
+    QVERIFY(pty.Start());
+    OfflinePlatform p;
+    std::atomic<int> upgradeActive{0};
+    SerialLine line(p.platform, upgradeActive);
+    QByteArray got;
+    line.SetConsoleSink([&got](int direction, const QByteArray& text) {
+      if (direction == 0) got += text;
+    });
+    std::atomic<bool> talking{true};
+    std::thread peer([&] {
+      while (talking) {
+        pty.Write("tick\n");
+        QThread::usleep(100);
+      }
+    });
+    SerialConfig config;
+    config.port = 2;
+    for (int open = 0; open < 30; ++open) {
+      QVERIFY(line.Open(config, Dir()));
+      got.clear();
+      QTRY_VERIFY2_WITH_TIMEOUT(!got.isEmpty(), qPrintable(QString("open %1").arg(open)), 2000);
+    }
+    talking = false;
+    peer.join();
+    line.Close();
+    QVERIFY(p.prompter.boxes.isEmpty());
   }
 
   void aPortThatCannotOpenSaysWhyInOrder() {

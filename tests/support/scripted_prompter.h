@@ -1,5 +1,8 @@
 // A Prompter for tests: every box is recorded in order, every question is
-// answered from a queue, and a question nobody expected fails the test.
+// answered from a queue, every file dialog named from a queue. A box that is
+// not the next one the test expects, a question with no answer queued and a
+// file dialog with no name queued each fail the running test at once, naming
+// the box; they are recorded all the same, so the test's own checks still run.
 #pragma once
 
 #include <QDialog>
@@ -22,6 +25,7 @@ class ScriptedPrompter : public Prompter {
     QString title;
   };
   QList<Box> boxes;
+  // Yes/No answers, and the names file dialogs give (empty: cancelled).
   QQueue<bool> answers;
   QQueue<QString> fileNames;
   // Called with each dialog run modally; gives its result.
@@ -33,24 +37,43 @@ class ScriptedPrompter : public Prompter {
   // Called with each question before it is answered, as the operator who
   // clicks about the window while a box is open.
   std::function<void(const QString&)> onQuestion;
+  // Boxes, questions and file dialogs that failed the test.
   int unexpected = 0;
 
-  void Message(const QString& text, const QString& title) override { boxes.append({text, title}); }
+  // The texts of the boxes the test expects next, in the order they show.
+  void Expect(const QStringList& texts) { expected_.append(texts); }
+  // Expected boxes that have not shown yet.
+  QStringList Pending() const { return expected_; }
+
+  void Message(const QString& text, const QString& title) override {
+    boxes.append({text, title});
+    if (!expected_.isEmpty() && expected_.first() == text) {
+      expected_.removeFirst();
+      return;
+    }
+    Fail(QStringLiteral("box \"%1\" (title \"%2\"); %3")
+             .arg(text, title,
+                  expected_.isEmpty() ? QStringLiteral("no box expected")
+                                      : QStringLiteral("expected \"%1\"").arg(expected_.first())));
+  }
   bool AskYesNo(const QString& text, const QString& title = {}) override {
     questions.append(text);
     questionTitles.append(title);
     if (onQuestion) onQuestion(text);
     if (answers.isEmpty()) {
-      ++unexpected;
+      Fail(QStringLiteral("question \"%1\" (title \"%2\"); no answer queued").arg(text, title));
       return false;
     }
     return answers.dequeue();
   }
-  QString OpenFileName(const QString&, const QString&, const QString& directory = {}) override {
+  QString OpenFileName(const QString& caption, const QString&,
+                       const QString& directory = {}) override {
     openDirectories.append(directory);
-    return Next();
+    return NextName(caption);
   }
-  QString SaveFileName(const QString&, const QString&, const QString&) override { return Next(); }
+  QString SaveFileName(const QString& caption, const QString&, const QString&) override {
+    return NextName(caption);
+  }
   int RunDialog(QDialog& dialog) override { return onDialog(dialog); }
 
   QStringList Texts() const {
@@ -60,12 +83,18 @@ class ScriptedPrompter : public Prompter {
   }
 
  private:
-  QString Next() {
+  QStringList expected_;
+
+  QString NextName(const QString& caption) {
     if (fileNames.isEmpty()) {
-      ++unexpected;
+      Fail(QStringLiteral("file dialog \"%1\"; no name queued").arg(caption));
       return {};
     }
     return fileNames.dequeue();
+  }
+  void Fail(const QString& what) {
+    ++unexpected;
+    QTest::qFail(qPrintable("Unexpected " + what), __FILE__, __LINE__);
   }
 };
 

@@ -138,6 +138,7 @@ class ConsoleTest : public QObject {
     }
     auto click = [&](int id) { ById<QAbstractButton>(w.dialog, id)->click(); };
 
+    w.prompter.Expect(QStringList(3, " Select system at the List"));
     click(1004);
     click(1005);
     click(1003);
@@ -317,12 +318,15 @@ class ConsoleTest : public QObject {
     LabWindow w;
     QVERIFY(w.dialog.OnInitDialog());
     w.dialog.serialConfig.port = 96;  // COM97: no such device here
+    const QStringList openFailure{"COM97", "Open Fail:Com97 ",
+                                  "Check Serial port and other properities"};
+    w.prompter.Expect(openFailure);
     w.dialog.OnSerialSwitch(1);
     QVERIFY(!w.dialog.SerialReaderRunning());
-    QCOMPARE(w.prompter.Texts(), (QStringList{"COM97", "Open Fail:Com97 ",
-                                             "Check Serial port and other properities"}));
+    QCOMPARE(w.prompter.Texts(), openFailure);
     QCOMPARE(w.prompter.boxes.first().title, QString(" com port  initial error"));
     w.prompter.boxes.clear();
+    w.prompter.Expect({"Invalid handle"});
     w.dialog.SendSerialText("x");
     w.dialog.SendSerialText("");
     QCOMPARE(w.prompter.Texts(), QStringList{"Invalid handle"});

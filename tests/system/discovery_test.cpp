@@ -155,6 +155,7 @@ class DiscoveryTest : public QObject {
 
     // While an upload runs a search is refused and the rows stay.
     d.fileJobRunning = true;
+    w.prompter.Expect({"Module config is on process, try later !!!"});
     d.OnFindDevices();
     QCOMPARE(w.prompter.Texts(), QStringList{"Module config is on process, try later !!!"});
     QCOMPARE(list.RowCount(), 3);

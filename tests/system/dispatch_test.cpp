@@ -45,8 +45,10 @@ class DispatchTest : public QObject {
       ModSim refused({"--result", "5"});
       QVERIFY(refused.Start());
       LabWindow w;
+      const QStringList refusal{" 5: only client mode supports scan command"};
+      w.prompter.Expect(refusal);
       QVERIFY(w.dialog.OnInitDialog());
-      QTRY_COMPARE(w.prompter.Texts(), QStringList{" 5: only client mode supports scan command"});
+      QTRY_COMPARE(w.prompter.Texts(), refusal);
       QCOMPARE(w.dialog.ModuleList().RowCount(), 0);
     }
     ModSim taken({"--result", "14"});
@@ -78,16 +80,18 @@ class DispatchTest : public QObject {
     Deliver(d, 5, 9);
     QVERIFY(w.prompter.boxes.isEmpty());
 
+    const QStringList texts{" 1: Invalid IP address", " Module ip is changed !!!",
+                            " 12: Flash file system is not stable",
+                            "Unknown message (hex =31   dec=49)",
+                            "Unknown message (hex =0   dec=0)"};
+    w.prompter.Expect(texts);
     Deliver(d, 5, 1);
     Deliver(d, 5, 0);
     Deliver(d, 51, 12);
     Deliver(d, 49, 0);
     Deliver(d, 0, 0);
     Deliver(d, 2, 200);
-    QCOMPARE(w.prompter.Texts(),
-             (QStringList{" 1: Invalid IP address", " Module ip is changed !!!",
-                          " 12: Flash file system is not stable", "Unknown message (hex =31   dec=49)",
-                          "Unknown message (hex =0   dec=0)"}));
+    QCOMPARE(w.prompter.Texts(), texts);
     QVERIFY(called.isEmpty());
 
     // Data blocks and MAC answers reach their pages; 14 and above pass.

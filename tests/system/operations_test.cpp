@@ -56,6 +56,7 @@ class OperationsTest : public QObject {
     ScriptedPrompter& p = w.prompter;
 
     // Nothing answered the first search.
+    p.Expect({"There is no module at the list, Please do the search button first!!!"});
     page.OnModuleReboot();
     QCOMPARE(p.Texts(), QStringList{"There is no module at the list, Please do the search button first!!!"});
 
@@ -69,11 +70,13 @@ class OperationsTest : public QObject {
     page.SetOperationStatus("old");
     w.dialog.fileJobRunning = true;
     w.dialog.selectedFirmwareMajor = 2;
+    p.Expect({"Module config is running !!!"});
     page.OnModuleReboot();
     QCOMPARE(p.Texts().last(), QString("Module config is running !!!"));
     QCOMPARE(page.OperationStatus(), QString());
     w.dialog.fileJobRunning = false;
 
+    p.Expect({kVersionGate});
     page.OnModuleReboot();
     QCOMPARE(p.Texts().last(), kVersionGate);
     QVERIFY(p.questions.isEmpty());
@@ -95,6 +98,7 @@ class OperationsTest : public QObject {
     // The search left no row selected.
     p.answers.enqueue(true);
     p.onDialog = Choose(0);
+    p.Expect({kNotSelected});
     page.OnModuleReboot();
     QCOMPARE(p.Texts().last(), kNotSelected);
     QCOMPARE(p.boxes.size(), 4);
@@ -255,6 +259,7 @@ class OperationsTest : public QObject {
 
     // The Set's answer comes within milliseconds, but is taken only after the wait.
     w.prompter.answers.enqueue(true);
+    w.prompter.Expect({" Module ip is changed !!!"});
     d.configPage->OnSet();
     QElapsedTimer elapsed;
     elapsed.start();

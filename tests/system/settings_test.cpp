@@ -35,6 +35,7 @@ class SettingsTest : public QObject {
     w.dialog.SelectRow(1);
     EnterLan(w.dialog, "10.77.200.9", "255.255.0.0", "10.77.0.254");
     w.prompter.answers.enqueue(true);
+    w.prompter.Expect({" Module ip is changed !!!"});
     w.dialog.configPage->OnSet();
     QCOMPARE(w.prompter.questionTitles, QStringList{"Warning"});
 
@@ -66,6 +67,7 @@ class SettingsTest : public QObject {
 
     // The version gate comes before the question.
     w.dialog.selectedFirmwareMajor = 2;
+    w.prompter.Expect({gate});
     page.OnSet();
     QCOMPARE(w.prompter.Texts(), QStringList{gate});
     QVERIFY(w.prompter.questions.isEmpty());
@@ -80,10 +82,12 @@ class SettingsTest : public QObject {
     // The gateway must lie in the IP's subnet.
     EnterLan(w.dialog, "192.168.1.5", "255.255.255.0", "192.168.2.1");
     w.prompter.answers.enqueue(true);
+    w.prompter.Expect({"IP , Subnet , Gateway mismatch"});
     page.OnSet();
     QCOMPARE(w.prompter.Texts().last(), QString("IP , Subnet , Gateway mismatch"));
     EnterLan(w.dialog, "192.168.1.5", "255.255.255.0", "0.0.0.0");
     w.prompter.answers.enqueue(true);
+    w.prompter.Expect({"IP , Subnet , Gateway mismatch"});
     page.OnSet();
     QCOMPARE(w.prompter.Texts().last(), QString("IP , Subnet , Gateway mismatch"));
 
@@ -91,6 +95,7 @@ class SettingsTest : public QObject {
     EnterLan(w.dialog, "192.168.1.5", "255.255.0.0", "192.168.2.1");
     w.prompter.onQuestion = [&w](const QString&) { w.dialog.selectedFirmwareMajor = 1; };
     w.prompter.answers.enqueue(true);
+    w.prompter.Expect({" Module firmware version below is not supported"});
     page.OnSet();
     QCOMPARE(w.prompter.Texts().last(), QString(" Module firmware version below is not supported"));
     QCOMPARE(w.prompter.boxes.size(), 4);
@@ -105,6 +110,7 @@ class SettingsTest : public QObject {
     w.dialog.SelectRow(0);
     EnterLan(w.dialog, "192.168.1.5", "255.255.0.0", "192.168.2.1");
     w.prompter.answers.enqueue(true);
+    w.prompter.Expect({" Module ip is changed !!!"});
     page.OnSet();
     QTRY_COMPARE(sim.FramesOf(3).size(), 1);
     QTRY_COMPARE(w.prompter.Texts().last(), QString(" Module ip is changed !!!"));
@@ -120,8 +126,10 @@ class SettingsTest : public QObject {
     w.dialog.SelectRow(0);
     EnterLan(w.dialog, "10.77.200.9", "255.255.0.0", "10.77.0.254");
     w.prompter.answers.enqueue(true);
+    const QStringList refusal{QString(" 8: Paramter") + QChar(0xAC04) + " mismatch"};
+    w.prompter.Expect(refusal);
     w.dialog.configPage->OnSet();
-    QTRY_COMPARE(w.prompter.Texts(), QStringList{QString(" 8: Paramter") + QChar(0xAC04) + " mismatch"});
+    QTRY_COMPARE(w.prompter.Texts(), refusal);
     w.dialog.OnFindDevices();
     QTRY_COMPARE(w.dialog.ModuleList().RowCount(), 1);
     QCOMPARE(w.dialog.ModuleList().GetItemText(0, 2), QString("10.77.128.1"));

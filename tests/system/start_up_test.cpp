@@ -55,11 +55,13 @@ class StartUpTest : public QObject {
     // A second copy finds the port taken, says so and ends; the first goes on.
     {
       LabWindow second;
+      const QStringList failures{
+          "Port 7981 is already used!!!: check other program use the  port 7981",
+          "SetSockOpt Error TX(3145728) ", " SendTo cmd Error(10038)= 1"};
+      second.prompter.Expect(failures);
       QCOMPARE(second.dialog.DoModal(), int(QDialog::Rejected));
       QVERIFY(!second.dialog.isVisible());
-      QCOMPARE(second.prompter.Texts(),
-               QStringList({"Port 7981 is already used!!!: check other program use the  port 7981",
-                            "SetSockOpt Error TX(3145728) ", " SendTo cmd Error(10038)= 1"}));
+      QCOMPARE(second.prompter.Texts(), failures);
       QCOMPARE(second.prompter.boxes.last().title, QString("Error"));
     }
     QTest::qWait(300);

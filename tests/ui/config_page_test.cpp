@@ -179,9 +179,11 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
 
     test::ById<QComboBox>(dlg, 1109)->setCurrentIndex(1);
     howMany->setCurrentIndex(0);
+    const QStringList notSelected{
+        "Module is not selected at the list, Please select module first!!!"};
+    prompter.Expect(notSelected);
     emit howMany->activated(0);
-    QCOMPARE(prompter.Texts(),
-             QStringList{"Module is not selected at the list, Please select module first!!!"});
+    QCOMPARE(prompter.Texts(), notSelected);
     QCOMPARE(howMany->currentIndex(), 1);
     // The other choices survive the jump back.
     QCOMPARE(test::ById<QComboBox>(dlg, 1109)->currentIndex(), 1);
@@ -201,9 +203,10 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
       CSystemDataDlg dlg(main);
       QCOMPARE(test::ById<QComboBox>(dlg, 1108)->currentIndex(), 0);
       QCOMPARE(test::ById<QComboBox>(dlg, 1081)->currentIndex(), -1);
+      const QStringList noType{" Module Type is not selected, Please select module type first!!!"};
+      prompter.Expect(noType);
       test::ById<QPushButton>(dlg, 1)->click();
-      QCOMPARE(prompter.Texts(),
-               QStringList{" Module Type is not selected, Please select module type first!!!"});
+      QCOMPARE(prompter.Texts(), noType);
       QCOMPARE(dlg.result(), int(QDialog::Rejected));
       QCOMPARE(dlg.JobModel(), std::nullopt);
 
@@ -230,9 +233,12 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
       return f.fileName();
     };
     const QString logo = file("logo.png", QByteArray("\x89PNG") + QByteArray(100, 0));
+    const QStringList badLogo{" Invalid logo file", "Error:Invalid module logo file format"};
+    prompter.Expect(badLogo);
     QVERIFY(!page.CheckImageFile(kModel740, 2, logo));
-    QCOMPARE(prompter.Texts(), (QStringList{" Invalid logo file", "Error:Invalid module logo file format"}));
+    QCOMPARE(prompter.Texts(), badLogo);
     QVERIFY(page.CheckImageFile(kModel730, 2, file("logo.gif", "GIF89a")));
+    prompter.Expect({"Error:Invalid module(730) firmware file format"});
     QVERIFY(!page.CheckImageFile(kModel730, 0, dir.filePath("missing.bin")));
     QCOMPARE(prompter.Texts().last(), QString("Error:Invalid module(730) firmware file format"));
     QCOMPARE(prompter.boxes.size(), 3);

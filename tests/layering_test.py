@@ -1,0 +1,157 @@
+#!/usr/bin/env python3
+"""Guards the layers of src/: prints each breach as file:line and fails.
+
+- No Qt include in a source of torvek_logic, nor in any header of src/ that
+  such a source reaches through its includes.
+- No page header (*_page.h) included in core/, except by core/main_dialog.cpp,
+  which owns the pages.
+- theMainDlg only in the files listed below.
+
+Usage: layering_test.py SRC_DIR
+"""
+import pathlib
+import re
+import sys
+
+# The files that may name theMainDlg, relative to src/.
+THE_MAIN_DLG_ALLOWED = {
+    "core/main_dialog.h",
+    "core/main_dialog.cpp",
+    "terminals/console_page.cpp",
+}
+
+# The one file of core/ that may include page headers.
+PAGE_OWNER = "core/main_dialog.cpp"
+
+SOURCE_SUFFIXES = {".h", ".hpp", ".cpp", ".cc"}
+INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
+QT_HEADER = re.compile(r"^(Q|q\w*\.h$)")
+CMAKE_KEYWORDS = {
+    "STATIC", "SHARED", "OBJECT", "MODULE", "INTERFACE", "PUBLIC", "PRIVATE",
+    "EXCLUDE_FROM_ALL", "FILE_SET", "TYPE", "BASE_DIRS", "FILES", "HEADERS",
+}
+
+failures = []
+logic_count = 0
+ROOT = pathlib.Path("/")
+
+
+def fail(path, line, what):
+    path = pathlib.Path(path)
+    shown = path.relative_to(ROOT) if ROOT in path.parents else path
+    failures.append(f"{shown}:{line}: {what}")
+
+
+def logic_sources(src):
+    """Every file that an add_library(torvek_logic or target_sources(torvek_logic
+    block lists, in any CMakeLists.txt under src/."""
+    block = re.compile(r"\b(add_library|target_sources)\s*\(\s*torvek_logic\b([^)]*)\)", re.I)
+    sources = []
+    for cmake in sorted(src.rglob("CMakeLists.txt")):
+        text = re.sub(r"#[^\n]*", "", cmake.read_text())
+        for match in block.finditer(text):
+            line = text.count("\n", 0, match.start()) + 1
+            for token in match.group(2).split():
+                token = token.strip('"')
+                if token in CMAKE_KEYWORDS or token.startswith("$<"):
+                    continue
+                for var in ("${CMAKE_CURRENT_SOURCE_DIR}", "${CMAKE_CURRENT_LIST_DIR}"):
+                    token = token.replace(var, str(cmake.parent))
+                if "${" in token:
+                    fail(cmake, line, f"cannot follow '{token}' in the sources of torvek_logic")
+                    continue
+                path = (cmake.parent / token).resolve()
+                if not path.is_file():
+                    fail(cmake, line, f"torvek_logic source {token} does not exist")
+                    continue
+                sources.append(path)
+    if not sources:
+        fail(src / "CMakeLists.txt", 1, "found no sources of torvek_logic")
+    return sources
+
+
+def includes(path):
+    for number, line in enumerate(path.read_text(errors="replace").splitlines(), 1):
+        match = INCLUDE.match(line)
+        if match:
+            yield number, match.group(1), match.group(2)
+
+
+def resolve(src, including, quote, name):
+    """The file of src/ that an include names, or None (system, Qt, generated)."""
+    candidates = [src / name]
+    if quote == '"':
+        candidates.insert(0, including.parent / name)
+    for candidate in candidates:
+        if candidate.is_file():
+            return candidate.resolve()
+    return None
+
+
+def check_logic_has_no_qt(src):
+    seen = set()
+    todo = logic_sources(src)
+    global logic_count
+    logic_count = len(todo)
+    while todo:
+        path = todo.pop()
+        if path in seen:
+            continue
+        seen.add(path)
+        for number, quote, name in includes(path):
+            if QT_HEADER.match(name):
+                fail(path, number, f"Qt include <{name}> in the logic")
+                continue
+            header = resolve(src, path, quote, name)
+            if header is not None and src in header.parents:
+                todo.append(header)
+
+
+def check_core_knows_no_page(src):
+    for path in sorted((src / "core").rglob("*")):
+        if path.suffix not in SOURCE_SUFFIXES or path.relative_to(src).as_posix() == PAGE_OWNER:
+            continue
+        for number, _, name in includes(path):
+            if name.endswith("_page.h"):
+                fail(path, number, f"core includes the page header {name}")
+
+
+def strip_comments(text):
+    """Comments blanked, line breaks kept, so that line numbers hold."""
+    text = re.sub(r"/\*.*?\*/", lambda m: re.sub(r"[^\n]", " ", m.group(0)), text, flags=re.S)
+    return re.sub(r"//[^\n]*", "", text)
+
+
+def check_the_main_dlg(src):
+    word = re.compile(r"\btheMainDlg\b")
+    for path in sorted(src.rglob("*")):
+        if path.suffix not in SOURCE_SUFFIXES:
+            continue
+        if path.relative_to(src).as_posix() in THE_MAIN_DLG_ALLOWED:
+            continue
+        code = strip_comments(path.read_text(errors="replace"))
+        for number, line in enumerate(code.splitlines(), 1):
+            if word.search(line):
+                fail(path, number, "theMainDlg outside its allowed files")
+
+
+def main():
+    if len(sys.argv) != 2:
+        sys.exit(__doc__)
+    global ROOT
+    src = pathlib.Path(sys.argv[1]).resolve()
+    ROOT = src.parent
+    for allowed in sorted(THE_MAIN_DLG_ALLOWED | {PAGE_OWNER}):
+        if not (src / allowed).is_file():
+            fail(src / allowed, 0, "listed in the layering test but missing: update the list")
+    check_logic_has_no_qt(src)
+    check_core_knows_no_page(src)
+    check_the_main_dlg(src)
+    for failure in failures:
+        print(failure)
+    print(f"{len(failures)} layering violation(s)" if failures else f"layering holds ({logic_count} logic sources)")
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

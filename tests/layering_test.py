@@ -17,7 +17,6 @@ import sys
 THE_MAIN_DLG_ALLOWED = {
     "core/main_dialog.h",
     "core/main_dialog.cpp",
-    "terminals/console_page.cpp",
 }
 
 # The one file of core/ that may include page headers.

@@ -1,6 +1,6 @@
 // The values that live for the whole run and that several pages read, grouped
 // by their one writer. CMainDlg inherits every group, so each keeps the name
-// under which the pages know it (theMainDlg->selectedRow); a page or
+// under which the pages know it (selectedRow of the main dialog); a page or
 // controller is handed a reference to the groups it uses.
 #pragma once
 

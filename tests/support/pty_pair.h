@@ -44,6 +44,12 @@ class PtyPair {
     }
   }
 
+  // One attempt, never waiting: the bytes that went, 0 when the line is full.
+  qsizetype TryWrite(const QByteArray& bytes) {
+    const ssize_t n = ::write(fd_, bytes.constData(), static_cast<size_t>(bytes.size()));
+    return n > 0 ? n : 0;
+  }
+
   // What the peer has received so far.
   QByteArray Read() {
     QByteArray out;

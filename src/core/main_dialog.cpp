@@ -131,9 +131,8 @@ bool CMainDlg::OnInitDialog() {
 
   dailyLogPath = QString::fromStdString(
       DailyLogPath(programDir.toStdString(), ToTm(platform_.clock.LocalNow())));
-  AppendConsoleLog(dailyLogPath, "=========================================================\n");
-  AppendConsoleLog(dailyLogPath, dailyLogPath);
-  AppendConsoleLog(dailyLogPath, "\n= cmd  time    recv ===================================\n");
+  AppendConsoleLog(dailyLogPath,
+                   QString::fromStdString(DailyLogHead(dailyLogPath.toStdString())));
 
   serialConfigPath = programDir + "serial_config.dat";
   theMainDlg = this;

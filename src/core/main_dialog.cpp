@@ -16,6 +16,7 @@
 
 #include "admin/config_page.h"
 #include "controls/cell_color_list.h"
+#include "controls/page_keys.h"
 #include "core/answer_dispatch.h"
 #include "core/command_list.h"
 #include "core/daily_log.h"
@@ -204,6 +205,7 @@ void CMainDlg::CreatePages() {
   tabs->addTab(macWriterPage = new CMacWriterPage, "Mac Writer");
   tabs->addTab(radioTestPage = new CRadioTestPage, "Ceritification");
   tabs->addTab(jigPage = new CJigPage, "Jig_tool");
+  for (int i = 0; i < tabs->count(); ++i) LeaveEscapeOnPage(tabs->widget(i));
   tabs->setCurrentIndex(0);
   configPage->OnInitDialog();
 }

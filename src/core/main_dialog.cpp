@@ -16,6 +16,7 @@
 
 #include "admin/config_page.h"
 #include "controls/cell_color_list.h"
+#include "controls/compact_tab_bar.h"
 #include "controls/page_keys.h"
 #include "core/answer_dispatch.h"
 #include "core/command_list.h"
@@ -91,6 +92,7 @@ CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
                  Qt::WindowCloseButtonHint);
   setFixedSize(size());
   setWindowIcon(TorvekIcon());
+  CompactTabBar(*ui_->tabControl);
 
   moduleList_->SetShowSelectionAlways(true);
   moduleList_->installEventFilter(this);

@@ -1,11 +1,12 @@
 #include "admin/config_page.h"
 
 #include <QFile>
-#include <algorithm>
+#include <vector>
 
 #include "admin/image_check.h"
 #include "admin/module_command.h"
 #include "admin/operation_dialogs.h"
+#include "admin/pc_network_texts.h"
 #include "admin/set_request.h"
 #include "controls/cell_color_list.h"
 #include "core/main_dialog.h"
@@ -18,18 +19,6 @@ namespace {
 
 constexpr int kMinimumFirmwareMajor = 3;
 constexpr auto kVersionGateText = " This function supports module firmware version 3.0 above";
-
-int IpTypeIndex(const QString& text) {
-  static const QStringList kTypes = {"static", "dhcp", "pppoe", "l2tp", "pptp", "3G"};
-  const int index = static_cast<int>(kTypes.indexOf(text));
-  return index < 0 ? 0 : index;
-}
-
-QString MacLabelText(const QByteArray& mac) {
-  QStringList bytes;
-  for (char b : mac) bytes << QString::asprintf("%02X", static_cast<unsigned char>(b));
-  return bytes.join(':');
-}
 
 }  // namespace
 
@@ -61,7 +50,7 @@ void CConfigPage::ShowSettings(const QStringList& columns) {
   ui_->wanSubnet->SetText(column(kColWanSubnet));
   ui_->wanGateway->SetText(column(kColWanGateway));
   ui_->wanMac->setText(column(kColWanMac));
-  ui_->wanIpType->setCurrentIndex(IpTypeIndex(column(kColIpType)));
+  ui_->wanIpType->setCurrentIndex(IpTypeIndex(column(kColIpType).toStdString()));
   ui_->firmwareVersion->setText(": " + column(kColVersion));
 }
 
@@ -90,29 +79,21 @@ void CConfigPage::OnSet() {
 }
 
 void CConfigPage::OnRefresh() {
-  QLabel* labels[] = {ui_->pcIpLabel, ui_->pcMaskLabel, ui_->pcGatewayLabel, ui_->pcMacLabel};
-  for (QLabel* label : labels) label->clear();
-  main_.pcIp.clear();
-
-  // Two turns at most over all adapters; each turn takes one address and one
-  // gateway of an adapter, in step.
-  constexpr int kTurns = 2;
-  int turn = 0;
-  const QList<Adapter> adapters = main_.platform().adapters.Adapters();
-  for (const Adapter& adapter : adapters) {
-    const qsizetype entries = std::max(adapter.addresses.size(), adapter.gateways.size());
-    for (qsizetype i = 0; i < entries && turn < kTurns; ++i, ++turn) {
-      const bool hasAddress = i < adapter.addresses.size();
-      const QString texts[] = {hasAddress ? adapter.addresses[i].ip : QString(),
-                               hasAddress ? adapter.addresses[i].mask : QString(),
-                               i < adapter.gateways.size() ? adapter.gateways[i] : QString(),
-                               MacLabelText(adapter.mac)};
-      for (int k = 0; k < 4; ++k)
-        labels[k]->setText(turn == 0 ? texts[k] : labels[k]->text() + "/" + texts[k]);
-      if (main_.pcIp.isEmpty()) main_.pcIp = texts[0];
-    }
-    if (turn >= kTurns) break;
+  const QList<Adapter> found = main_.platform().adapters.Adapters();
+  std::vector<PcAdapter> adapters;
+  for (const Adapter& adapter : found) {
+    PcAdapter& a = adapters.emplace_back();
+    a.mac.assign(adapter.mac.begin(), adapter.mac.end());
+    for (const AdapterAddress& address : adapter.addresses)
+      a.addresses.emplace_back(address.ip.toStdString(), address.mask.toStdString());
+    for (const QString& gateway : adapter.gateways) a.gateways.push_back(gateway.toStdString());
   }
+  const PcNetworkTexts texts = MakePcNetworkTexts(adapters);
+  ui_->pcIpLabel->setText(QString::fromStdString(texts.ip));
+  ui_->pcMaskLabel->setText(QString::fromStdString(texts.mask));
+  ui_->pcGatewayLabel->setText(QString::fromStdString(texts.gateway));
+  ui_->pcMacLabel->setText(QString::fromStdString(texts.mac));
+  main_.pcIp = QString::fromStdString(texts.pcIp);
 }
 
 void CConfigPage::SetOperationStatus(const QString& text) { ui_->operationStatus->setText(text); }

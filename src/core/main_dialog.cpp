@@ -13,6 +13,8 @@
 #include "admin/config_page.h"
 #include "admin/file_sender.h"
 #include "controls/cell_color_list.h"
+#include "controls/compact_tab_bar.h"
+#include "controls/page_keys.h"
 #include "core/about_box.h"
 #include "core/answer_dispatch.h"
 #include "core/command_list_panel.h"
@@ -60,6 +62,7 @@ CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
                  Qt::WindowCloseButtonHint);
   setFixedSize(size());
   setWindowIcon(TorvekIcon());
+  CompactTabBar(*ui_->tabControl);
 
   moduleList_->SetShowSelectionAlways(true);
   moduleList_->installEventFilter(this);
@@ -101,9 +104,8 @@ bool CMainDlg::OnInitDialog() {
 
   dailyLogPath = QString::fromStdString(
       DailyLogPath(programDir.toStdString(), LocalTm(platform_.clock.LocalNow())));
-  AppendConsoleLog(dailyLogPath, "=========================================================\n");
-  AppendConsoleLog(dailyLogPath, dailyLogPath);
-  AppendConsoleLog(dailyLogPath, "\n= cmd  time    recv ===================================\n");
+  AppendConsoleLog(dailyLogPath,
+                   QString::fromStdString(DailyLogHead(dailyLogPath.toStdString())));
 
   serialConfigPath = programDir + "serial_config.dat";
   theMainDlg = this;
@@ -171,6 +173,7 @@ void CMainDlg::CreatePages() {
   tabs->addTab(macWriterPage = new CMacWriterPage, "Mac Writer");
   tabs->addTab(radioTestPage = new CRadioTestPage, "Ceritification");
   tabs->addTab(jigPage = new CJigPage, "Jig_tool");
+  for (int i = 0; i < tabs->count(); ++i) LeaveEscapeOnPage(tabs->widget(i));
   tabs->setCurrentIndex(0);
   configPage->OnInitDialog();
   serialLine_->SetConsoleSink(

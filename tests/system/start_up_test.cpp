@@ -14,6 +14,7 @@
 
 #include "admin/config_page.h"
 #include "controls/cell_color_list.h"
+#include "core/start_up_texts.h"
 #include "production/jig_page.h"
 #include "system_fixture.h"
 
@@ -41,16 +42,15 @@ class StartUpTest : public QObject {
     QCOMPARE(sim.LoggedFrames().first(),
              QString("10.77.0.1:7981 23 485501020000000000001f025456000001000000000000"));
 
-    // The daily log: named by the start time, with its three head texts.
+    // The daily log: named by the start time, with its head.
     QStringList logs;
     QTRY_VERIFY((logs = QDir(dir.path()).entryList({"*.txt"})).size() == 1);
     QVERIFY2(QRegularExpression("^\\d{8}-\\d{8}\\.txt$").match(logs.first()).hasMatch(),
              qPrintable(logs.first()));
     QFile log(dir.filePath(logs.first()));
     QVERIFY(log.open(QIODevice::ReadOnly));
-    QCOMPARE(QString::fromLocal8Bit(log.readAll()),
-             "=========================================================\n" + dir.path() + "/" +
-                 logs.first() + "\n= cmd  time    recv ===================================\n");
+    const std::string path = (dir.path() + "/" + logs.first()).toStdString();
+    QCOMPARE(QString::fromLocal8Bit(log.readAll()), QString::fromStdString(DailyLogHead(path)));
 
     // A second copy finds the port taken, says so and ends; the first goes on.
     {

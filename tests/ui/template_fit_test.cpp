@@ -5,6 +5,9 @@
 #include <QCheckBox>
 #include <QLabel>
 #include <QRadioButton>
+#include <QTabBar>
+#include <QTabWidget>
+#include <QToolButton>
 #include <QtTest/QTest>
 
 #include "admin/config_page.h"
@@ -71,6 +74,36 @@ class TemplateFitTest : public QObject, test::OfflinePlatform {
         clipped << w->metaObject()->className() + QString(": ") + text;
     }
     QVERIFY2(clipped.isEmpty(), qPrintable(clipped.join("\n")));
+  }
+
+  // The seven page titles show whole at once in the window's tab bar, at the
+  // window's fixed size: no scroll arrows, no title cut.
+  void everyPageTitleFitsTheTabBar() {
+    CMainDlg main(platform);
+    auto* tabs = main.findChild<QTabWidget*>();
+    QVERIFY(tabs);
+    // The pages themselves come with start-up; their titles are what count here.
+    const QSignalBlocker quiet(tabs);
+    for (const char* title :
+         {"IP ", "Network", "Console", "Upgrader", "Mac Writer", "Ceritification", "Jig_tool"})
+      tabs->addTab(new QWidget, title);
+    main.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&main));
+    QTabBar* bar = tabs->tabBar();
+    QStringList faults;
+    for (int i = 0; i < bar->count(); ++i) {
+      const QRect tab = bar->tabRect(i);
+      const int needed = bar->fontMetrics().horizontalAdvance(bar->tabText(i));
+      if (!bar->rect().contains(tab) || tab.right() >= tabs->width())
+        faults << QString("%1: tab %2,%3 outside the bar (width %4)")
+                      .arg(bar->tabText(i)).arg(tab.left()).arg(tab.right()).arg(tabs->width());
+      // A title keeps a few pixels of the tab's frame on either side.
+      if (needed + 4 > tab.width())
+        faults << QString("%1: text %2 + 4 > tab %3").arg(bar->tabText(i)).arg(needed).arg(tab.width());
+    }
+    for (QToolButton* arrow : bar->findChildren<QToolButton*>())
+      if (arrow->isVisible()) faults << "scroll arrow shown";
+    QVERIFY2(faults.isEmpty(), qPrintable(faults.join("\n")));
   }
 };
 

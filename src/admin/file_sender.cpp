@@ -1,5 +1,6 @@
 #include "admin/file_sender.h"
 
+#include <QTimer>
 #include <chrono>
 
 #include "core/notify_socket.h"
@@ -7,10 +8,26 @@
 
 namespace torvek {
 
-FileSender::FileSender(CNotifySocket& socket, FileJobFlags& flags, QObject* parent)
-    : QObject(parent), socket_(socket), flags_(flags) {}
+FileSender::FileSender(CNotifySocket& socket, FileJobFlags& flags, const CellTable& modules,
+                       const Selection& selection, QObject* parent)
+    : QObject(parent), socket_(socket), flags_(flags), modules_(modules), selection_(selection) {}
 
 FileSender::~FileSender() { Stop(); }
+
+void FileSender::PublishTargets() {
+  publishScheduled_ = false;
+  if (flags_.fileJobBroadcast) return;
+  targets_.Publish(flags_.fileJobAll == 0
+                       ? std::vector<std::string>{selection_.selectedModuleIp.toStdString()}
+                       : FileTargetAddresses(modules_, flags_.fileJobModel,
+                                             selection_.useLanIp != 0));
+}
+
+void FileSender::TargetsChanged() {
+  if (!flags_.fileJobRunning || publishScheduled_) return;
+  publishScheduled_ = true;
+  QTimer::singleShot(0, this, &FileSender::PublishTargets);
+}
 
 bool FileSender::SendFileFrame(const std::uint8_t* frame, std::size_t length) {
   if (flags_.fileJobBroadcast != 0) {

@@ -18,17 +18,27 @@
 
 namespace torvek {
 
+class CellTable;
 class CNotifySocket;
 struct FileJobFlags;
+struct Selection;
 
 class FileSender : public QObject {
   Q_OBJECT
  public:
-  FileSender(CNotifySocket& socket, FileJobFlags& flags, QObject* parent = nullptr);
+  // The list and the selection are read on the UI thread only.
+  FileSender(CNotifySocket& socket, FileJobFlags& flags, const CellTable& modules,
+             const Selection& selection, QObject* parent = nullptr);
   ~FileSender() override;
 
-  // UI thread: where the unicast blocks go from the next block on.
-  void PublishTargets(std::vector<std::string> addresses) { targets_.Publish(std::move(addresses)); }
+  // UI thread: the targets of the list, the selection and the choice of
+  // address as they are now, by the job's flags, for the blocks from the
+  // next on. A job publishes before its first block.
+  void PublishTargets();
+  // UI thread: one of those changed. While a job runs, the targets are
+  // published again once the events of the moment are handled, so that a
+  // burst of records costs one publication.
+  void TargetsChanged();
   // Any thread: one block, by the job's flags and the latest targets; not
   // stamped here. False when a send failed; StatusText then tells it.
   bool SendFileFrame(const std::uint8_t* frame, std::size_t length);
@@ -51,7 +61,10 @@ class FileSender : public QObject {
 
   CNotifySocket& socket_;
   FileJobFlags& flags_;
+  const CellTable& modules_;
+  const Selection& selection_;
   FileTargetSnapshot targets_;
+  bool publishScheduled_ = false;
   std::thread thread_;
   std::mutex mutex_;
   std::condition_variable wake_;

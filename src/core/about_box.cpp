@@ -1,8 +1,12 @@
 #include "core/about_box.h"
 
+#include <QAction>
 #include <QDialog>
+#include <QFileInfo>
 #include <QPainter>
 
+#include "core/daily_log.h"
+#include "core/start_up_texts.h"
 #include "platform/prompter.h"
 #include "ui_about_dialog.h"
 
@@ -29,6 +33,21 @@ void RunAboutBox(QWidget* parent, Prompter& prompter) {
   about.setupUi(&box);
   about.iconLabel->setPixmap(TorvekIcon().pixmap(32, 32));
   prompter.RunDialog(box);
+}
+
+void AddAboutAction(QWidget& window, std::function<void()> show) {
+  auto* about = new QAction(QObject::tr("&About Torvek...Version 1.1"), &window);
+  about->setShortcut(QKeySequence::HelpContents);
+  QObject::connect(about, &QAction::triggered, &window, std::move(show));
+  window.addAction(about);
+  window.setContextMenuPolicy(Qt::ActionsContextMenu);
+}
+
+QString ProgramBaseTitle(const QString& programFile) {
+  const QFileInfo info(programFile);
+  QDateTime created = info.birthTime();
+  if (!created.isValid()) created = info.metadataChangeTime();
+  return QString::fromStdString(BaseTitle(ProgramTimeText(LocalTm(created.toLocalTime()))));
 }
 
 }  // namespace torvek

@@ -1,6 +1,7 @@
 #include "core/command_list_panel.h"
 
 #include <QFile>
+#include <QMouseEvent>
 #include <QScrollBar>
 
 #include "controls/cell_color_list.h"
@@ -15,8 +16,20 @@ constexpr Color kWhite = 0xFFFFFF;
 }  // namespace
 
 CommandListPanel::CommandListPanel(CCellColorList& list, CommandListState& state,
-                                   std::function<void(const QString&)> showCommand)
-    : list_(list), state_(state), showCommand_(std::move(showCommand)) {}
+                                   std::function<void(const QString&)> showCommand,
+                                   std::function<void()> onClick)
+    : list_(list), state_(state), showCommand_(std::move(showCommand)), onClick_(std::move(onClick)) {
+  list_.viewport()->installEventFilter(this);
+}
+
+bool CommandListPanel::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == list_.viewport() && event->type() == QEvent::MouseButtonRelease) {
+    const auto* mouse = static_cast<QMouseEvent*>(event);
+    if (!list_.indexAt(mouse->position().toPoint()).isValid()) list_.clearSelection();
+    onClick_();
+  }
+  return false;
+}
 
 void CommandListPanel::InsertColumns() {
   static constexpr struct {

@@ -2,6 +2,7 @@
 // red mark of Auto Send's walk and the click that copies a row's command.
 #pragma once
 
+#include <QObject>
 #include <QString>
 #include <functional>
 
@@ -11,11 +12,13 @@ namespace torvek {
 
 class CCellColorList;
 
-class CommandListPanel {
+class CommandListPanel : public QObject {
  public:
-  // `showCommand` puts a row's command into the Console page's input box.
+  // `showCommand` puts a row's command into the Console page's input box;
+  // `onClick` is called for a click anywhere in the list, below its last row
+  // included.
   CommandListPanel(CCellColorList& list, CommandListState& state,
-                   std::function<void(const QString&)> showCommand);
+                   std::function<void(const QString&)> showCommand, std::function<void()> onClick);
 
   // Sets the columns; the list starts hidden.
   void InsertColumns();
@@ -28,10 +31,14 @@ class CommandListPanel {
   int NextRow(int& count, int& row);
   void MarkRow(int row, bool on);
 
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
  private:
   CCellColorList& list_;
   CommandListState& state_;
   std::function<void(const QString&)> showCommand_;
+  std::function<void()> onClick_;
 };
 
 }  // namespace torvek

@@ -1,14 +1,10 @@
 #include "core/main_dialog.h"
 
-#include <QAction>
 #include <QDir>
-#include <QFileInfo>
 #include <QGuiApplication>
 #include <QKeyEvent>
-#include <QMouseEvent>
 #include <QScreen>
 #include <QTabWidget>
-#include <QTimer>
 
 #include "admin/config_page.h"
 #include "admin/file_sender.h"
@@ -21,6 +17,7 @@
 #include "core/daily_log.h"
 #include "core/file_targets.h"
 #include "core/module_record.h"
+#include "core/module_shortcuts.h"
 #include "core/start_up_texts.h"
 #include "production/jig_page.h"
 #include "production/mac_writer_page.h"
@@ -28,7 +25,6 @@
 #include "terminals/console_page.h"
 #include "terminals/network_page.h"
 #include "terminals/serial_line.h"
-#include "terminals/serial_setup_dialog.h"
 #include "ui_main_dialog.h"
 #include "upgrade/upgrader_page.h"
 
@@ -54,9 +50,12 @@ CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
   commandList_ = ui_->commandList;
   commands_ = std::make_unique<CommandListPanel>(
       *commandList_, static_cast<CommandListState&>(*this),
-      [this](const QString& command) { consolePage->SetInputText(command); });
-  serialLine_ = new SerialLine(platform_, upgradeActive, this);
-  fileSender_ = new FileSender(managementSocket, *this, this);
+      [this](const QString& command) { consolePage->SetInputText(command); },
+      [this] { OnCommandListClick(); });
+  serialLine_ = new SerialLine(platform_, *this, *this, this);
+  fileSender_ = new FileSender(managementSocket, *this, moduleList_->table(), *this, this);
+  shortcuts_ = std::make_unique<ModuleShortcuts>(platform_, *this, *moduleList_,
+                                                 [this] { return ShortcutAddress(); });
   setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
                  Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
                  Qt::WindowCloseButtonHint);
@@ -77,8 +76,6 @@ CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
   connect(ui_->openWebBrowserButton, &QPushButton::clicked, this, &CMainDlg::OnOpenWebBrowser);
   connect(ui_->dosCommandButton, &QPushButton::clicked, this, &CMainDlg::OnDosCommand);
   connect(ui_->serialSetupButton, &QPushButton::clicked, this, &CMainDlg::OnSerialSetup);
-  // A click anywhere in the command list, below its last row included.
-  commandList_->viewport()->installEventFilter(this);
   connect(ui_->useLanIpCheck, &QCheckBox::clicked, this, &CMainDlg::OnUseLanIp);
 }
 
@@ -110,12 +107,7 @@ bool CMainDlg::OnInitDialog() {
   serialConfigPath = programDir + "serial_config.dat";
   theMainDlg = this;
 
-  // The about box hangs in the window's own menu (right click, or F1).
-  auto* about = new QAction(tr("&About Torvek...Version 1.1"), this);
-  about->setShortcut(QKeySequence::HelpContents);
-  connect(about, &QAction::triggered, this, &CMainDlg::ShowAboutBox);
-  addAction(about);
-  setContextMenuPolicy(Qt::ActionsContextMenu);
+  AddAboutAction(*this, [this] { ShowAboutBox(); });
 
   if (!managementSocket.CreateDatagram(frame::kToolPort)) {
     prompter.Message("Port 7981 is already used!!!: check other program use the  port 7981");
@@ -145,11 +137,7 @@ bool CMainDlg::OnInitDialog() {
   LoadCommandList(QDir(platform_.paths.WorkingDir()).filePath("command_list.txt"));
   LoadSerialConfig(serialConfigPath);
 
-  const QFileInfo info(programFile);
-  QDateTime created = info.birthTime();
-  if (!created.isValid()) created = info.metadataChangeTime();
-  baseTitle = QString::fromStdString(
-      BaseTitle(ProgramTimeText(LocalTm(created.toLocalTime()))));
+  baseTitle = ProgramBaseTitle(programFile);
   setWindowTitle(baseTitle);
   return true;
 }
@@ -228,19 +216,7 @@ bool CMainDlg::SendFileFrame(const std::uint8_t* frame, std::size_t length) {
   return fileSender_->SendFileFrame(frame, length);
 }
 
-void CMainDlg::PublishFileTargets() {
-  publishScheduled_ = false;
-  if (fileJobBroadcast) return;
-  fileSender_->PublishTargets(
-      fileJobAll == 0 ? std::vector<std::string>{selectedModuleIp.toStdString()}
-                      : FileTargetAddresses(moduleList_->table(), fileJobModel, useLanIp != 0));
-}
-
-void CMainDlg::ScheduleTargetPublish() {
-  if (!fileJobRunning || publishScheduled_) return;
-  publishScheduled_ = true;
-  QTimer::singleShot(0, this, &CMainDlg::PublishFileTargets);
-}
+void CMainDlg::PublishFileTargets() { fileSender_->PublishTargets(); }
 
 void CMainDlg::PingAllModules() {
   for (int row = 0; row < moduleList_->RowCount(); ++row)
@@ -250,7 +226,7 @@ void CMainDlg::PingAllModules() {
 
 void CMainDlg::ReadUseLanIp() {
   useLanIp = ui_->useLanIpCheck->isChecked() ? 1 : 0;
-  ScheduleTargetPublish();
+  fileSender_->TargetsChanged();
 }
 
 void CMainDlg::OnUseLanIp() {
@@ -260,7 +236,7 @@ void CMainDlg::OnUseLanIp() {
   selectedAddress = AddressOfRow(selectedRow);
   // Also during an upload: its next unicast blocks go to the new address.
   selectedModuleIp = selectedAddress;
-  ScheduleTargetPublish();
+  fileSender_->TargetsChanged();
 }
 
 void CMainDlg::OnFindDevices() {
@@ -277,13 +253,13 @@ void CMainDlg::StartSearch() {
   PrepareSearch(FrameTemplate);
   SendFrame(FrameTemplate.data(), frame::kSearchLength);
   selectedRow = -1;
-  ScheduleTargetPublish();
+  fileSender_->TargetsChanged();
 }
 
 void CMainDlg::OnModuleRecord() {
   AddModuleRecord(moduleList_->table(), managementSocket.receiveBuffer.data(),
                   managementSocket.receivedLength);
-  ScheduleTargetPublish();
+  fileSender_->TargetsChanged();
 }
 
 int CMainDlg::FindRowByMac(const QString& macText) const {
@@ -310,7 +286,7 @@ void CMainDlg::SelectRow(int row) {
   else
     selectedModuleIp = selectedAddress;
   selectedModuleType = moduleList_->GetItemText(row, kColType);
-  ScheduleTargetPublish();
+  fileSender_->TargetsChanged();
   networkPage->OnTargetModuleChanged();
   setWindowTitle(QString::fromStdString(
       SelectedTitle(baseTitle.toStdString(), selectedAddress.toStdString())));
@@ -383,12 +359,6 @@ bool CMainDlg::event(QEvent* event) {
 }
 
 bool CMainDlg::eventFilter(QObject* watched, QEvent* event) {
-  if (watched == commandList_->viewport() && event->type() == QEvent::MouseButtonRelease) {
-    const auto* mouse = static_cast<QMouseEvent*>(event);
-    if (!commandList_->indexAt(mouse->position().toPoint()).isValid())
-      commandList_->clearSelection();
-    OnCommandListClick();
-  }
   if (watched == moduleList_ && event->type() == QEvent::KeyPress) {
     const int key = static_cast<QKeyEvent*>(event)->key();
     const int row = moduleList_->SelectedRow();
@@ -439,73 +409,29 @@ void CMainDlg::MarkCommandRow(int row, bool on) { commands_->MarkRow(row, on); }
 
 // The shortcuts.
 
-bool CMainDlg::HaveSelectedModule() {
-  if (selectedRow != -1) return true;
-  platform_.prompter.Message(" Select system at the List");
-  return false;
-}
+bool CMainDlg::HaveSelectedModule() { return shortcuts_->HaveSelectedModule(); }
 
 QString CMainDlg::ShortcutAddress() {
   ReadUseLanIp();
   return AddressOfRow(selectedRow);
 }
 
-void CMainDlg::OnPingTest() {
-  if (moduleList_->RowCount() == 1)
-    selectedRow = 0;
-  else if (!HaveSelectedModule())
-    return;
-  platform_.launcher.StartInTerminal({"ping", ShortcutAddress()});
-}
-
-void CMainDlg::OnOpenTelnet() {
-  if (!HaveSelectedModule()) return;
-  platform_.launcher.StartInTerminal({"telnet", ShortcutAddress()});
-}
-
-void CMainDlg::OnOpenWebBrowser() {
-  if (!HaveSelectedModule()) return;
-  const QString address = ShortcutAddress();
-  // The port follows the choice of address, not the address itself.
-  platform_.launcher.OpenUrl(
-      QUrl(useLanIp ? "http://" + address : "http://" + address + ":8080"));
-}
-
-void CMainDlg::OnDosCommand() { platform_.launcher.StartInTerminal({}); }
+void CMainDlg::OnPingTest() { shortcuts_->OnPingTest(); }
+void CMainDlg::OnOpenTelnet() { shortcuts_->OnOpenTelnet(); }
+void CMainDlg::OnOpenWebBrowser() { shortcuts_->OnOpenWebBrowser(); }
+void CMainDlg::OnDosCommand() { shortcuts_->OnDosCommand(); }
 
 // The serial line.
 
-void CMainDlg::OnSerialSetup() {
-  CSerialSetupDlg dialog(serialConfig, programDir, this);
-  if (platform_.prompter.RunDialog(dialog) != QDialog::Accepted) return;
-  serialConfig = dialog.Chosen();
-  SaveSerialConfig(serialConfigPath);
-}
-
-void CMainDlg::OnSerialSwitch(int open) {
-  SaveSerialConfig(serialConfigPath);
-  if (open)
-    OpenSerial();
-  else
-    CloseSerial();
-}
+void CMainDlg::OnSerialSetup() { serialLine_->RunSetup(this); }
+void CMainDlg::OnSerialSwitch(int open) { serialLine_->Switch(open); }
 
 void CMainDlg::PostSerialSwitch(int open) {
   QCoreApplication::postEvent(this, new PrivateMessage(WM_SERIAL_SWITCH, open, 0));
 }
 
-void CMainDlg::OpenSerial() {
-  if (!LoadSerialConfig(serialConfigPath)) {
-    platform_.prompter.Message(
-        "No Serial Data confige, Setup Serial port at the Serial tab page : config");
-    return;
-  }
-  if (!serialLine_->Open(serialConfig, programDir))
-    platform_.prompter.Message("Check Serial port and other properities");
-}
-
+void CMainDlg::OpenSerial() { serialLine_->OpenWithSavedSettings(); }
 void CMainDlg::CloseSerial() { serialLine_->Close(); }
-
 bool CMainDlg::SerialReaderRunning() const { return serialLine_->ReaderRunning(); }
 
 void CMainDlg::FeedSerialText(int direction, const QByteArray& text, std::int64_t tick) {
@@ -513,13 +439,7 @@ void CMainDlg::FeedSerialText(int direction, const QByteArray& text, std::int64_
 }
 
 void CMainDlg::SendSerialText(const QByteArray& text) { serialLine_->Send(text); }
-
-bool CMainDlg::SaveSerialConfig(const QString& path) {
-  return torvek::SaveSerialConfig(path.toStdString(), serialConfig);
-}
-
-bool CMainDlg::LoadSerialConfig(const QString& path) {
-  return torvek::LoadSerialConfig(path.toStdString(), serialConfig);
-}
+bool CMainDlg::SaveSerialConfig(const QString& path) { return serialLine_->SaveSettings(path); }
+bool CMainDlg::LoadSerialConfig(const QString& path) { return serialLine_->LoadSettings(path); }
 
 }  // namespace torvek

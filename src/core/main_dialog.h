@@ -33,6 +33,7 @@ class CRadioTestPage;
 class CJigPage;
 class CommandListPanel;
 class FileSender;
+class ModuleShortcuts;
 class SerialLine;
 
 class CMainDlg : public QDialog,
@@ -143,18 +144,15 @@ class CMainDlg : public QDialog,
   // Takes the Use LAN IP box into useLanIp.
   void ReadUseLanIp();
   QString ShortcutAddress();
-  // The targets are published once the events of the moment are handled, so
-  // that a burst of records costs one publication.
-  void ScheduleTargetPublish();
 
   Platform& platform_;
   std::unique_ptr<Ui::MainDialog> ui_;
   CCellColorList* moduleList_ = nullptr;
   CCellColorList* commandList_ = nullptr;
   std::unique_ptr<CommandListPanel> commands_;
+  std::unique_ptr<ModuleShortcuts> shortcuts_;
   SerialLine* serialLine_ = nullptr;
   FileSender* fileSender_ = nullptr;
-  bool publishScheduled_ = false;
   bool endedDuringStartUp_ = false;
   bool destroyed_ = false;
 };

@@ -4,15 +4,55 @@
 #include <QTimer>
 #include <utility>
 
+#include "core/process_values.h"
 #include "platform/platform.h"
 #include "terminals/serial_port.h"
+#include "terminals/serial_setup_dialog.h"
 
 namespace torvek {
 
-SerialLine::SerialLine(Platform& platform, const std::atomic<int>& upgradeActive, QObject* parent)
-    : QObject(parent), platform_(platform), upgradeActive_(upgradeActive) {}
+SerialLine::SerialLine(Platform& platform, SerialFields& fields, const ProgramValues& program,
+                       QObject* parent)
+    : QObject(parent),
+      platform_(platform),
+      fields_(fields),
+      program_(program),
+      upgradeActive_(fields.upgradeActive) {}
 
 SerialLine::~SerialLine() { Close(); }
+
+void SerialLine::RunSetup(QWidget* parent) {
+  CSerialSetupDlg dialog(fields_.serialConfig, program_.programDir, parent);
+  if (platform_.prompter.RunDialog(dialog) != QDialog::Accepted) return;
+  fields_.serialConfig = dialog.Chosen();
+  SaveSettings(program_.serialConfigPath);
+}
+
+void SerialLine::Switch(int open) {
+  SaveSettings(program_.serialConfigPath);
+  if (open)
+    OpenWithSavedSettings();
+  else
+    Close();
+}
+
+void SerialLine::OpenWithSavedSettings() {
+  if (!LoadSettings(program_.serialConfigPath)) {
+    platform_.prompter.Message(
+        "No Serial Data confige, Setup Serial port at the Serial tab page : config");
+    return;
+  }
+  if (!Open(fields_.serialConfig, program_.programDir))
+    platform_.prompter.Message("Check Serial port and other properities");
+}
+
+bool SerialLine::SaveSettings(const QString& path) {
+  return SaveSerialConfig(path.toStdString(), fields_.serialConfig);
+}
+
+bool SerialLine::LoadSettings(const QString& path) {
+  return LoadSerialConfig(path.toStdString(), fields_.serialConfig);
+}
 
 bool SerialLine::Open(const SerialConfig& config, const QString& programDir) {
   // A second open brings the line up again with the settings of now.

@@ -10,11 +10,14 @@
 #include <functional>
 
 class QThread;
+class QWidget;
 
 namespace torvek {
 
 struct Platform;
+struct ProgramValues;
 struct SerialConfig;
+struct SerialFields;
 class SerialReader;
 
 class SerialLine : public QObject {
@@ -24,12 +27,23 @@ class SerialLine : public QObject {
   using ConsoleSink = std::function<void(int direction, const QByteArray& text)>;
   using ScriptSink = std::function<void(int direction, const QByteArray& text, int length)>;
 
-  // `upgradeActive` chooses the sink and how the reader cuts the text.
-  SerialLine(Platform& platform, const std::atomic<int>& upgradeActive, QObject* parent = nullptr);
+  // The fields' upgradeActive chooses the sink and how the reader cuts the
+  // text; serialConfig holds the settings of serial_config.dat.
+  SerialLine(Platform& platform, SerialFields& fields, const ProgramValues& program,
+             QObject* parent = nullptr);
   ~SerialLine() override;
 
   void SetConsoleSink(ConsoleSink sink) { consoleSink_ = std::move(sink); }
   void SetScriptSink(ScriptSink sink) { scriptSink_ = std::move(sink); }
+
+  // The setup dialog; a choice that the operator keeps is saved at once.
+  void RunSetup(QWidget* parent);
+  // The open buttons' wish: the settings are saved, then the line opens or closes.
+  void Switch(int open);
+  // Opens with the saved settings; what went wrong is told in boxes.
+  void OpenWithSavedSettings();
+  bool SaveSettings(const QString& path);
+  bool LoadSettings(const QString& path);
 
   // Brings the line up with these settings, closing a line that is open. The
   // failures are told in their boxes; false when the port did not open.
@@ -52,6 +66,8 @@ class SerialLine : public QObject {
 
   enum class Handle { Invalid, Open, Closed };
   Platform& platform_;
+  SerialFields& fields_;
+  const ProgramValues& program_;
   const std::atomic<int>& upgradeActive_;
   ConsoleSink consoleSink_;
   ScriptSink scriptSink_;

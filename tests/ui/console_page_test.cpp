@@ -23,7 +23,7 @@ struct ConsoleRig : ConsoleHost {
   torvek::test::OfflinePlatform p;
   SerialFields serial;
   ProgramValues program;
-  SerialLine line{p.platform, serial.upgradeActive};
+  SerialLine line{p.platform, serial, program};
   QList<int> switches;
   int steps = 0;
   CConsolePage page{{p.platform, line, serial, program, *this}};

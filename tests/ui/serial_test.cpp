@@ -13,6 +13,7 @@
 #include "control_by_id.h"
 #include "pty_pair.h"
 #include "scripted_prompter.h"
+#include "core/process_values.h"
 #include "terminals/serial_line.h"
 #include "terminals/serial_port.h"
 #include "terminals/serial_setup_dialog.h"
@@ -145,8 +146,9 @@ class SerialTest : public QObject {
     PtyPair pty(Dir() + "COM3", Dir() + "peer3");
     QVERIFY(pty.Start());
     OfflinePlatform p;
-    std::atomic<int> upgradeActive{0};
-    SerialLine line(p.platform, upgradeActive);
+    SerialFields fields;
+    ProgramValues program;
+    SerialLine line(p.platform, fields, program);
     QByteArray got;
     line.SetConsoleSink([&got](int direction, const QByteArray& text) {
       if (direction == 0) got += text;

@@ -9,7 +9,7 @@
 #include "admin/pc_network_texts.h"
 #include "admin/set_request.h"
 #include "controls/cell_color_list.h"
-#include "core/main_dialog.h"
+#include "platform/platform.h"
 #include "core/module_record.h"
 #include "ui_config_page.h"
 
@@ -22,8 +22,8 @@ constexpr auto kVersionGateText = " This function supports module firmware versi
 
 }  // namespace
 
-CConfigPage::CConfigPage(CMainDlg& main, QWidget* parent)
-    : QWidget(parent), main_(main), ui_(std::make_unique<Ui::ConfigPage>()) {
+CConfigPage::CConfigPage(const ConfigLinks& links, QWidget* parent)
+    : QWidget(parent), links_(links), ui_(std::make_unique<Ui::ConfigPage>()) {
   ui_->setupUi(this);
   setObjectName("config_page");
   connect(ui_->setButton, &QPushButton::clicked, this, &CConfigPage::OnSet);
@@ -35,7 +35,7 @@ CConfigPage::CConfigPage(CMainDlg& main, QWidget* parent)
 CConfigPage::~CConfigPage() = default;
 
 void CConfigPage::OnInitDialog() {
-  main_.downloadPath = main_.platform().paths.FixedFile("test.bin");
+  links_.fileJob.downloadPath = links_.platform.paths.FixedFile("test.bin");
   OnRefresh();
 }
 
@@ -55,8 +55,8 @@ void CConfigPage::ShowSettings(const QStringList& columns) {
 }
 
 void CConfigPage::OnSet() {
-  Prompter& prompter = main_.platform().prompter;
-  if (main_.selectedFirmwareMajor < kMinimumFirmwareMajor) {
+  Prompter& prompter = links_.platform.prompter;
+  if (links_.selection.selectedFirmwareMajor < kMinimumFirmwareMajor) {
     prompter.Message(kVersionGateText);
     return;
   }
@@ -67,19 +67,19 @@ void CConfigPage::OnSet() {
     return;
   }
   // The question leaves the list usable, so the selection may have changed.
-  if (main_.selectedFirmwareMajor < kMinimumFirmwareMajor) {
+  if (links_.selection.selectedFirmwareMajor < kMinimumFirmwareMajor) {
     prompter.Message(" Module firmware version below is not supported");
     return;
   }
-  FillSetRequest(main_.FrameTemplate.data(), ui_->dhcpServer->currentIndex(),
+  FillSetRequest(links_.program.FrameTemplate.data(), ui_->dhcpServer->currentIndex(),
                  ui_->lanIp->GetAddress(), ui_->lanSubnet->GetAddress(),
                  ui_->lanGateway->GetAddress());
   // A broadcast: the target MAC alone names the module.
-  main_.SendFrame(main_.FrameTemplate.data(), frame::kRequestLength);
+  links_.sender.SendFrame(links_.program.FrameTemplate.data(), frame::kRequestLength);
 }
 
 void CConfigPage::OnRefresh() {
-  const QList<Adapter> found = main_.platform().adapters.Adapters();
+  const QList<Adapter> found = links_.platform.adapters.Adapters();
   std::vector<PcAdapter> adapters;
   for (const Adapter& adapter : found) {
     PcAdapter& a = adapters.emplace_back();
@@ -93,7 +93,7 @@ void CConfigPage::OnRefresh() {
   ui_->pcMaskLabel->setText(QString::fromStdString(texts.mask));
   ui_->pcGatewayLabel->setText(QString::fromStdString(texts.gateway));
   ui_->pcMacLabel->setText(QString::fromStdString(texts.mac));
-  main_.pcIp = QString::fromStdString(texts.pcIp);
+  links_.program.pcIp = QString::fromStdString(texts.pcIp);
 }
 
 void CConfigPage::SetOperationStatus(const QString& text) { ui_->operationStatus->setText(text); }
@@ -103,18 +103,18 @@ QString CConfigPage::OperationStatus() const { return ui_->operationStatus->text
 bool CConfigPage::CheckImageFile(int model, int operation, QString path) {
   const std::vector<std::string> refusal =
       CheckImagePath(model, operation, QFile::encodeName(path).toStdString());
-  for (const std::string& text : refusal) main_.platform().prompter.Message(QString::fromStdString(text));
+  for (const std::string& text : refusal) links_.platform.prompter.Message(QString::fromStdString(text));
   return refusal.empty();
 }
 
 bool CConfigPage::ConfigPageBusy() {
   SetOperationStatus(QString());
-  Prompter& prompter = main_.platform().prompter;
-  if (main_.fileJobRunning) {
+  Prompter& prompter = links_.platform.prompter;
+  if (links_.fileJob.fileJobRunning) {
     prompter.Message("Module config is running !!!");
     return true;
   }
-  if (main_.ModuleList().RowCount() == 0) {
+  if (links_.modules.RowCount() == 0) {
     prompter.Message("There is no module at the list, Please do the search button first!!!");
     return true;
   }
@@ -123,10 +123,10 @@ bool CConfigPage::ConfigPageBusy() {
 
 void CConfigPage::SendModuleCommand(std::uint8_t command, bool all, std::int32_t parameter) {
   FrameBuffer frame{};
-  FillModuleCommand(frame.data(), command, main_.selectedFirmwareMajor, all, main_.pcMac,
-                    main_.selectedModuleMac, parameter);
+  FillModuleCommand(frame.data(), command, links_.selection.selectedFirmwareMajor, all, links_.program.pcMac,
+                    links_.selection.selectedModuleMac, parameter);
   // A broadcast: the target MAC alone names the module.
-  main_.SendFrame(frame.data(), frame::kRequestLength);
+  links_.sender.SendFrame(frame.data(), frame::kRequestLength);
 }
 
 void CConfigPage::OnModuleReboot() {
@@ -141,15 +141,15 @@ void CConfigPage::OnFactoryDefault() {
 void CConfigPage::SendShortCommand(std::uint8_t command, const QString& question,
                                    const QString& sentText) {
   if (ConfigPageBusy()) return;
-  Prompter& prompter = main_.platform().prompter;
-  if (main_.selectedFirmwareMajor < kMinimumFirmwareMajor) {
+  Prompter& prompter = links_.platform.prompter;
+  if (links_.selection.selectedFirmwareMajor < kMinimumFirmwareMajor) {
     prompter.Message(kVersionGateText);
     return;
   }
   if (!prompter.AskYesNo(question)) return;
   CHowManyDlg howMany(this);
   if (prompter.RunDialog(howMany) != QDialog::Accepted) return;
-  if (howMany.choice == 0 && main_.selectedRow == -1) {
+  if (howMany.choice == 0 && links_.selection.selectedRow == -1) {
     prompter.Message(kModuleNotSelectedText);
     return;
   }
@@ -159,7 +159,7 @@ void CConfigPage::SendShortCommand(std::uint8_t command, const QString& question
 }
 
 void CConfigPage::SendCompanyId(bool all) {
-  Prompter& prompter = main_.platform().prompter;
+  Prompter& prompter = links_.platform.prompter;
   CCompanyIdDlg company(this);
   if (prompter.RunDialog(company) != QDialog::Accepted) return;
   if (!prompter.AskYesNo("Are you sure to change company ID?")) return;

@@ -12,14 +12,30 @@ namespace Ui {
 class ConfigPage;
 }
 
+#include "core/frame_sender.h"
+#include "core/process_values.h"
+
 namespace torvek {
 
-class CMainDlg;
+class CCellColorList;
+struct Platform;
+
+// Everything the page uses of the rest of the program.
+struct ConfigLinks {
+  Platform& platform;
+  // FrameTemplate and pcMac are read; pcIp is written by Refresh.
+  ProgramValues& program;
+  const Selection& selection;
+  // downloadPath is set at start.
+  FileJobFlags& fileJob;
+  const CCellColorList& modules;
+  FrameSender& sender;
+};
 
 class CConfigPage : public QWidget {
   Q_OBJECT
  public:
-  explicit CConfigPage(CMainDlg& main, QWidget* parent = nullptr);
+  explicit CConfigPage(const ConfigLinks& links, QWidget* parent = nullptr);
   ~CConfigPage() override;
 
   void OnInitDialog();
@@ -49,7 +65,7 @@ class CConfigPage : public QWidget {
   // Reboot and factory default share their steps but for these texts.
   void SendShortCommand(std::uint8_t command, const QString& question, const QString& sentText);
 
-  CMainDlg& main_;
+  ConfigLinks links_;
   std::unique_ptr<Ui::ConfigPage> ui_;
 };
 

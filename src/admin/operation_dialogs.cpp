@@ -1,7 +1,9 @@
 #include "admin/operation_dialogs.h"
 
 #include "admin/module_command.h"
-#include "core/main_dialog.h"
+#include "core/model_code.h"
+#include "core/process_values.h"
+#include "platform/prompter.h"
 #include "ui_company_id_dialog.h"
 #include "ui_how_many_dialog.h"
 #include "ui_system_data_dialog.h"
@@ -41,19 +43,19 @@ void CCompanyIdDlg::accept() {
   QDialog::accept();
 }
 
-CSystemDataDlg::CSystemDataDlg(CMainDlg& main, QWidget* parent)
-    : QDialog(parent), main_(main), ui_(std::make_unique<Ui::SystemDataDialog>()) {
+CSystemDataDlg::CSystemDataDlg(Prompter& prompter, const Selection& selection, QWidget* parent)
+    : QDialog(parent), prompter_(prompter), selection_(selection), ui_(std::make_unique<Ui::SystemDataDialog>()) {
   ui_->setupUi(this);
   ui_->operationType->setCurrentIndex(kFirmware);
   ui_->communicationProtocol->setCurrentIndex(0);
-  if (main_.selectedRow == -1) {
+  if (selection_.selectedRow == -1) {
     ui_->howManyModules->setCurrentIndex(kAllModules);
     ui_->moduleType->setCurrentIndex(0);
   } else {
     ui_->howManyModules->setCurrentIndex(kSelectedModule);
     // A 740P row has no row of its own here: the combo stays empty until the
     // operator picks a type.
-    const int type = TypeIndexOfModel(ModelCodeOf(main_.selectedModuleType.toStdString()));
+    const int type = TypeIndexOfModel(ModelCodeOrTell(selection_.selectedModuleType, prompter_));
     ui_->moduleType->setCurrentIndex(type < ui_->moduleType->count() ? type : -1);
   }
   connect(ui_->howManyModules, &QComboBox::activated, this, &CSystemDataDlg::OnHowManyChanged);
@@ -65,8 +67,8 @@ std::optional<std::uint16_t> CSystemDataDlg::JobModel() const { return ModelOfTy
 
 void CSystemDataDlg::OnHowManyChanged() {
   ReadChoices();
-  if (main_.selectedRow == -1 && howManyModules == kSelectedModule) {
-    main_.platform().prompter.Message(kModuleNotSelectedText);
+  if (selection_.selectedRow == -1 && howManyModules == kSelectedModule) {
+    prompter_.Message(kModuleNotSelectedText);
     howManyModules = kAllModules;
     WriteChoices();
   }
@@ -77,7 +79,7 @@ void CSystemDataDlg::accept() {
   // A file job carries the model into every block and into the file checks;
   // the company ID goes without one.
   if (operationType != kCompanyId && !JobModel()) {
-    main_.platform().prompter.Message(" Module Type is not selected, Please select module type first!!!");
+    prompter_.Message(" Module Type is not selected, Please select module type first!!!");
     return;
   }
   QDialog::accept();

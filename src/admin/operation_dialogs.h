@@ -15,7 +15,8 @@ class SystemDataDialog;
 
 namespace torvek {
 
-class CMainDlg;
+class Prompter;
+struct Selection;
 
 // "Selected module" (0) or "All modules" (1).
 class CHowManyDlg : public QDialog {
@@ -52,7 +53,9 @@ class CSystemDataDlg : public QDialog {
  public:
   enum Operation { kFirmware = 0, kConfiguration = 1, kLogo = 2, kCompanyId = 3 };
 
-  explicit CSystemDataDlg(CMainDlg& main, QWidget* parent = nullptr);
+  // Opens on the selection of now; a selected row whose type names no model
+  // is told in a box, and leaves Module Type for the operator to choose.
+  CSystemDataDlg(Prompter& prompter, const Selection& selection, QWidget* parent = nullptr);
   ~CSystemDataDlg() override;
 
   // The four choices, -1 until OK stores them.
@@ -74,7 +77,8 @@ class CSystemDataDlg : public QDialog {
   void ReadChoices();
   void WriteChoices();
 
-  CMainDlg& main_;
+  Prompter& prompter_;
+  const Selection& selection_;
   std::unique_ptr<Ui::SystemDataDialog> ui_;
 };
 

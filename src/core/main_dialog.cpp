@@ -17,6 +17,7 @@
 #include "core/daily_log.h"
 #include "core/file_targets.h"
 #include "core/module_record.h"
+#include "core/model_code.h"
 #include "core/module_shortcuts.h"
 #include "core/start_up_texts.h"
 #include "production/jig_page.h"
@@ -153,7 +154,7 @@ void CMainDlg::InsertListColumns() {
 void CMainDlg::CreatePages() {
   QTabWidget* tabs = ui_->tabControl;
   const QSignalBlocker quiet(tabs);
-  tabs->addTab(configPage = new CConfigPage(*this), "IP ");
+  tabs->addTab(configPage = new CConfigPage(ConfigPageLinks()), "IP ");
   tabs->addTab(networkPage = new CNetworkPage, "Network");
   tabs->addTab(consolePage = new CConsolePage({platform_, *serialLine_, *this, *this, *this}),
                "Console");
@@ -167,6 +168,10 @@ void CMainDlg::CreatePages() {
   serialLine_->SetConsoleSink(
       [page = consolePage](int direction, const QByteArray& text) { page->OnSerialText(direction, text); });
   connect(fileSender_, &FileSender::StatusText, configPage, &CConfigPage::SetOperationStatus);
+}
+
+ConfigLinks CMainDlg::ConfigPageLinks() {
+  return {platform_, *this, *this, *this, *moduleList_, *this};
 }
 
 void CMainDlg::ShowTab(int index) {
@@ -184,12 +189,8 @@ void CMainDlg::ShowTab(int index) {
 
 void CMainDlg::StampFrame(std::uint8_t* frame, std::size_t length) {
   std::optional<std::uint16_t> code;
-  if (frame[frame::kCommand] != frame::kCmdSearch) {
-    code = ModelCodeOf(selectedModuleType.toStdString());
-    if (!code)
-      platform_.prompter.Message(
-          QString::fromStdString(InvalidTypeStringText(selectedModuleType.toStdString())));
-  }
+  if (frame[frame::kCommand] != frame::kCmdSearch)
+    code = ModelCodeOrTell(selectedModuleType, platform_.prompter);
   torvek::StampFrame(frame, length, selectedFirmwareMajor, code);
 }
 

@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 
+#include "core/frame_sender.h"
 #include "core/management_frame.h"
 #include "core/notify_socket.h"
 #include "core/process_values.h"
@@ -32,6 +33,7 @@ class CMacWriterPage;
 class CRadioTestPage;
 class CJigPage;
 class CommandListPanel;
+struct ConfigLinks;
 class FileSender;
 class ModuleShortcuts;
 class SerialLine;
@@ -42,6 +44,7 @@ class CMainDlg : public QDialog,
                  public FileJobFlags,
                  public SerialFields,
                  public CommandListState,
+                 public FrameSender,
                  public ConsoleHost {
   Q_OBJECT
  public:
@@ -55,7 +58,7 @@ class CMainDlg : public QDialog,
   bool EndedDuringStartUp() const { return endedDuringStartUp_; }
 
   // Management frames.
-  bool SendFrame(std::uint8_t* frame, std::size_t length);
+  bool SendFrame(std::uint8_t* frame, std::size_t length) override;
   void StampFrame(std::uint8_t* frame, std::size_t length);
   // A request whose answer changes the list: send it and search again.
   bool SendFrameAndSearch(std::uint8_t* frame);
@@ -81,6 +84,8 @@ class CMainDlg : public QDialog,
   void SelectRow(int row);
   void ShowModuleSettings(int row);
 
+  // What the config page is handed of the window.
+  ConfigLinks ConfigPageLinks();
   void ShowTab(int index);
   void OnManagementNotify(long long wParam, long long lParam);
   void ShowAboutBox();

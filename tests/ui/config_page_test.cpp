@@ -51,7 +51,7 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
 
   void templateHoldsEveryControl() {
     CMainDlg main(platform);
-    CConfigPage page(main);
+    CConfigPage page(main.ConfigPageLinks());
     QCOMPARE(page.property("controlId").toInt(), 129);
     for (int id : {1011, 1012, 1013}) QVERIFY(test::ById<CIpAddressCtrl>(page, id)->isEnabled());
     for (int id : {1038, 1042, 1045}) QVERIFY(!test::ById<CIpAddressCtrl>(page, id)->isEnabled());
@@ -73,7 +73,7 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
 
   void aRowReachesTheControls() {
     CMainDlg main(platform);
-    CConfigPage page(main);
+    CConfigPage page(main.ConfigPageLinks());
     QStringList row(kModuleColumnCount);
     row[kColLanIp] = "10.1.2.3";
     row[kColLanSubnet] = "255.255.0.0";
@@ -105,7 +105,7 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
 
   void refreshShowsThePcAddressesAndClearsThem() {
     CMainDlg main(platform);
-    CConfigPage page(main);
+    CConfigPage page(main.ConfigPageLinks());
     const QByteArray mac1("\x02\x54\x56\x00\x00\x01", 6), mac2("\x02\x54\x56\x00\x00\x02", 6);
 
     // Two adapters of one address each; a third is never shown.
@@ -151,7 +151,7 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
 
   void systemDataWithoutRowOffersAllModulesAndJumpsBack() {
     CMainDlg main(platform);
-    CSystemDataDlg dlg(main);
+    CSystemDataDlg dlg(prompter, main);
     QCOMPARE(dlg.property("controlId").toInt(), 148);
     QCOMPARE(dlg.windowTitle(), QString("Change system data"));
     QCOMPARE(dlg.howManyModules, -1);
@@ -187,7 +187,7 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
     main.selectedRow = 0;
     main.selectedModuleType = "740P:AP";
     {
-      CSystemDataDlg dlg(main);
+      CSystemDataDlg dlg(prompter, main);
       QCOMPARE(test::ById<QComboBox>(dlg, 1108)->currentIndex(), 0);
       QCOMPARE(test::ById<QComboBox>(dlg, 1081)->currentIndex(), -1);
       const QStringList noType{" Module Type is not selected, Please select module type first!!!"};
@@ -203,16 +203,24 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
       QCOMPARE(dlg.result(), int(QDialog::Accepted));
     }
     main.selectedModuleType = "740:Client";
-    CSystemDataDlg dlg(main);
+    CSystemDataDlg dlg(prompter, main);
     QCOMPARE(test::ById<QComboBox>(dlg, 1081)->currentIndex(), 1);
     // With a row selected, Selected Module stands without a word.
     emit test::ById<QComboBox>(dlg, 1108)->activated(0);
     QCOMPARE(prompter.boxes.size(), 1);
+
+    // A row whose type names no model: the operator learns why Module Type
+    // stands empty, once, as the dialog opens.
+    main.selectedModuleType = "3:AP";
+    prompter.Expect({"Invalid Type String 3:AP"});
+    CSystemDataDlg unknown(prompter, main);
+    QCOMPARE(prompter.boxes.size(), 2);
+    QCOMPARE(test::ById<QComboBox>(unknown, 1081)->currentIndex(), -1);
   }
 
   void imageCheckTellsEachRefusalInItsBoxes() {
     CMainDlg main(platform);
-    CConfigPage page(main);
+    CConfigPage page(main.ConfigPageLinks());
     const auto file = [this](const QString& name, const QByteArray& bytes) {
       QFile f(dir.filePath(name));
       f.open(QIODevice::WriteOnly);

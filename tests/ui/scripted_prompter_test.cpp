@@ -24,7 +24,7 @@ class StrayBoxes : public QObject, public test::OfflinePlatform {
 
   void pageShowsABoxNobodyExpected() {
     CMainDlg main(platform);
-    CConfigPage page(main);
+    CConfigPage page(main.ConfigPageLinks());
     QVERIFY(!page.CheckImageFile(kModel730, 0, dir.filePath("missing.bin")));
     QCOMPARE(prompter.Texts(), QStringList{"Error:Invalid module(730) firmware file format"});
   }

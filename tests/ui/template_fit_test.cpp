@@ -60,11 +60,11 @@ class TemplateFitTest : public QObject, test::OfflinePlatform {
 
   void everyTemplateKeepsItsTextsWhole() {
     CMainDlg main(platform);
-    CConfigPage config(main);
+    CConfigPage config(main.ConfigPageLinks());
     CConsolePage console({platform, main.serialLine(), main, main, main});
     CHowManyDlg howMany;
     CCompanyIdDlg companyId;
-    CSystemDataDlg systemData(main);
+    CSystemDataDlg systemData(prompter, main);
     CSerialSetupDlg serialSetup(SerialConfig{}, dir.path() + "/");
     QStringList clipped;
     for (QWidget* w : std::initializer_list<QWidget*>{&main, &config, &console, &howMany,

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QTemporaryDir>
+#include <QThreadPool>
 #include <QtTest/QTest>
 
 #include "core/main_dialog.h"
@@ -23,10 +24,19 @@ inline bool SearchBehind(LabWindow& w, const ModSim& sim) {
   return QTest::qWaitFor([&] { return sim.FramesOf(1).size() > before; }, 5000);
 }
 
+// Qt paints big images on its thread pool, whose waits the thread sanitizer
+// cannot see; under it, the tests paint on one thread.
+inline void PaintOnOneThreadUnderTsan() {
+#if defined(__SANITIZE_THREAD__)
+  QThreadPool::globalInstance()->setMaxThreadCount(1);
+#endif
+}
+
 #define TORVEK_LAB_MAIN(TestClass)                    \
   int main(int argc, char** argv) {                   \
     torvek::test::RequireLab();                       \
     QApplication app(argc, argv);                     \
+    torvek::test::PaintOnOneThreadUnderTsan();        \
     TestClass test;                                   \
     return QTest::qExec(&test, argc, argv);           \
   }

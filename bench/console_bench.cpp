@@ -184,8 +184,12 @@ int main(int argc, char** argv) {
   for (int run = 0; run < runs; ++run) {
     const Result c = pageOnly ? Result{} : ExternalRun("cat", {"@PORT"}, base, dataPath, size);
     const bool picocom = !QStandardPaths::findExecutable("picocom").isEmpty();
-    const Result p = pageOnly || !picocom ? Result{} : ExternalRun(
-        "picocom", {"-q", "-x", "5000", "--noreset", "--nolock", "-b", "57600", "@PORT"}, base, dataPath, size);
+    const Result p =
+        pageOnly || !picocom
+            ? Result{}
+            : ExternalRun("picocom",
+                          {"-q", "-x", "5000", "--noreset", "--nolock", "-b", "57600", "@PORT"},
+                          base, dataPath, size);
     const Result wr = WindowRun(dataPath, size, run == 0 ? &idle : nullptr);
     const Result* all[] = {&c, &p, &wr};
     readerCpu.push_back(wr.readerCpuMs);

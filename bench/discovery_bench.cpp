@@ -15,8 +15,8 @@
 #include <cstdio>
 #include <vector>
 
-#include "controls/cell_color_list.h"
 #include "bench_support.h"
+#include "controls/cell_color_list.h"
 #include "system_fixture.h"
 
 using namespace torvek;
@@ -135,10 +135,10 @@ int main(int argc, char** argv) {
     const Run start = WindowRun(w, modules, true);
     QTest::qWait(300);
     const Run window = WindowRun(w, modules, false);
-    std::printf("run %d: Find Devices %d rows in %.0f ms, worst UI gap %.0f ms; start-up %d rows "
-                "in %.0f ms; bare %d in %.0f ms\n",
-                i + 1, window.rows, window.ms, window.worstGapMs, start.rows, start.ms, bare.rows,
-                bare.ms);
+    std::printf(
+        "run %d: Find Devices %d rows in %.0f ms, worst UI gap %.0f ms; start-up %d rows "
+        "in %.0f ms; bare %d in %.0f ms\n",
+        i + 1, window.rows, window.ms, window.worstGapMs, start.rows, start.ms, bare.rows, bare.ms);
     startRows.push_back(start.rows);
     startMs.push_back(start.ms);
     std::fflush(stdout);
@@ -156,7 +156,8 @@ int main(int argc, char** argv) {
               Median(startMs));
   std::printf("  bare receiver: %.0f of %d, %.0f ms\n", Median(bareRows), modules, Median(bareMs));
   std::printf("  window / bare time: %.2f\n", Median(windowMs) / std::max(1.0, Median(bareMs)));
-  std::printf("  worst UI-thread gap (10 ms probe), median %.0f ms, worst %.0f ms\n", Median(gaps), worstGap);
+  std::printf("  worst UI-thread gap (10 ms probe), median %.0f ms, worst %.0f ms\n", Median(gaps),
+              worstGap);
   const bool ok = Median(windowRows) == modules && Median(windowMs) < 1000 && worstGap <= 100;
   std::printf("  goal (all rows, under 1 s, no gap over 100 ms): %s\n", ok ? "met" : "NOT met");
   return 0;

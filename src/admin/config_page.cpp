@@ -9,8 +9,8 @@
 #include "admin/pc_network_texts.h"
 #include "admin/set_request.h"
 #include "controls/cell_color_list.h"
-#include "platform/platform.h"
 #include "core/module_record.h"
+#include "platform/platform.h"
 #include "ui_config_page.h"
 
 namespace torvek {
@@ -103,7 +103,8 @@ QString CConfigPage::OperationStatus() const { return ui_->operationStatus->text
 bool CConfigPage::CheckImageFile(int model, int operation, QString path) {
   const std::vector<std::string> refusal =
       CheckImagePath(model, operation, QFile::encodeName(path).toStdString());
-  for (const std::string& text : refusal) links_.platform.prompter.Message(QString::fromStdString(text));
+  for (const std::string& text : refusal)
+    links_.platform.prompter.Message(QString::fromStdString(text));
   return refusal.empty();
 }
 
@@ -123,8 +124,8 @@ bool CConfigPage::ConfigPageBusy() {
 
 void CConfigPage::SendModuleCommand(std::uint8_t command, bool all, std::int32_t parameter) {
   FrameBuffer frame{};
-  FillModuleCommand(frame.data(), command, links_.selection.selectedFirmwareMajor, all, links_.program.pcMac,
-                    links_.selection.selectedModuleMac, parameter);
+  FillModuleCommand(frame.data(), command, links_.selection.selectedFirmwareMajor, all,
+                    links_.program.pcMac, links_.selection.selectedModuleMac, parameter);
   // A broadcast: the target MAC alone names the module.
   links_.sender.SendFrame(frame.data(), frame::kRequestLength);
 }

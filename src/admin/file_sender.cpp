@@ -17,10 +17,10 @@ FileSender::~FileSender() { Stop(); }
 void FileSender::PublishTargets() {
   publishScheduled_ = false;
   if (flags_.fileJobBroadcast) return;
-  targets_.Publish(flags_.fileJobAll == 0
-                       ? std::vector<std::string>{selection_.selectedModuleIp.toStdString()}
-                       : FileTargetAddresses(modules_, flags_.fileJobModel,
-                                             selection_.useLanIp != 0));
+  targets_.Publish(
+      flags_.fileJobAll == 0
+          ? std::vector<std::string>{selection_.selectedModuleIp.toStdString()}
+          : FileTargetAddresses(modules_, flags_.fileJobModel, selection_.useLanIp != 0));
 }
 
 void FileSender::TargetsChanged() {
@@ -56,9 +56,8 @@ bool FileSender::StartJob(std::vector<std::vector<std::uint8_t>> blocks, int gap
   }
   blocksSent_ = 0;
   flags_.fileJobRunning = true;
-  thread_ = std::thread([this, blocks = std::move(blocks), gapMs]() mutable {
-    Run(std::move(blocks), gapMs);
-  });
+  thread_ = std::thread(
+      [this, blocks = std::move(blocks), gapMs]() mutable { Run(std::move(blocks), gapMs); });
   return true;
 }
 

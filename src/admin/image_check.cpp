@@ -17,7 +17,8 @@ bool HasAt(const std::vector<std::uint8_t>& head, std::size_t offset, const char
 
 }  // namespace
 
-std::vector<std::string> ImageRefusal(int model, int operation, const std::vector<std::uint8_t>& head,
+std::vector<std::string> ImageRefusal(int model, int operation,
+                                      const std::vector<std::uint8_t>& head,
                                       std::optional<std::uintmax_t> size) {
   switch (operation) {
     case kOpFirmware:
@@ -40,8 +41,7 @@ std::vector<std::string> ImageRefusal(int model, int operation, const std::vecto
       if (!HasAt(head, 0, "GIF"))
         return {" Invalid logo file", "Error:Invalid module logo file format"};
       return {};
-    default:
-      return {" Invalid File selection"};
+    default: return {" Invalid File selection"};
   }
 }
 

@@ -18,7 +18,8 @@ inline constexpr std::uintmax_t kLogoImageLimit = 10240;
 // The boxes that refuse an image, in order; empty when it passes. head holds
 // the file's first bytes (zero beyond what the file gave); size is nothing
 // when the file could not be measured.
-std::vector<std::string> ImageRefusal(int model, int operation, const std::vector<std::uint8_t>& head,
+std::vector<std::string> ImageRefusal(int model, int operation,
+                                      const std::vector<std::uint8_t>& head,
                                       std::optional<std::uintmax_t> size);
 
 // Reads the head and the size of path and judges them. The file is opened for

@@ -44,7 +44,8 @@ void CCompanyIdDlg::accept() {
 }
 
 CSystemDataDlg::CSystemDataDlg(Prompter& prompter, const Selection& selection, QWidget* parent)
-    : QDialog(parent), prompter_(prompter), selection_(selection), ui_(std::make_unique<Ui::SystemDataDialog>()) {
+    : QDialog(parent), prompter_(prompter), selection_(selection),
+      ui_(std::make_unique<Ui::SystemDataDialog>()) {
   ui_->setupUi(this);
   ui_->operationType->setCurrentIndex(kFirmware);
   ui_->communicationProtocol->setCurrentIndex(0);
@@ -63,7 +64,9 @@ CSystemDataDlg::CSystemDataDlg(Prompter& prompter, const Selection& selection, Q
 
 CSystemDataDlg::~CSystemDataDlg() = default;
 
-std::optional<std::uint16_t> CSystemDataDlg::JobModel() const { return ModelOfTypeIndex(moduleType); }
+std::optional<std::uint16_t> CSystemDataDlg::JobModel() const {
+  return ModelOfTypeIndex(moduleType);
+}
 
 void CSystemDataDlg::OnHowManyChanged() {
   ReadChoices();

@@ -31,8 +31,7 @@ QVariant CellTableModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid() || row >= shownRows_ || column >= table_.ColumnCount()) return {};
   switch (role) {
     case Qt::DisplayRole:
-    case Qt::AccessibleTextRole:
-      return QString::fromStdString(table_.GetItemText(row, column));
+    case Qt::AccessibleTextRole: return QString::fromStdString(table_.GetItemText(row, column));
     case Qt::BackgroundRole: {
       const Color c = table_.GetCellBackground(row, column);
       return c == kSystemColor ? QVariant() : QVariant(ToQColor(c));
@@ -43,13 +42,12 @@ QVariant CellTableModel::data(const QModelIndex& index, int role) const {
     }
     case Qt::TextAlignmentRole: {
       const Align a = table_.ColumnAt(column).align;
-      const Qt::Alignment h = a == Align::Center ? Qt::AlignHCenter
+      const Qt::Alignment h = a == Align::Center  ? Qt::AlignHCenter
                               : a == Align::Right ? Qt::AlignRight
                                                   : Qt::AlignLeft;
       return QVariant::fromValue(h | Qt::AlignVCenter);
     }
-    default:
-      return {};
+    default: return {};
   }
 }
 
@@ -161,12 +159,14 @@ int CCellColorList::SelectedRow() const {
 void CCellColorList::SetShowSelectionAlways(bool on) {
   QPalette p = palette();
   if (on) {
-    p.setColor(QPalette::Inactive, QPalette::Highlight, p.color(QPalette::Active, QPalette::Highlight));
+    p.setColor(QPalette::Inactive, QPalette::Highlight,
+               p.color(QPalette::Active, QPalette::Highlight));
     p.setColor(QPalette::Inactive, QPalette::HighlightedText,
                p.color(QPalette::Active, QPalette::HighlightedText));
   } else {
     p.setColor(QPalette::Inactive, QPalette::Highlight, p.color(QPalette::Active, QPalette::Base));
-    p.setColor(QPalette::Inactive, QPalette::HighlightedText, p.color(QPalette::Active, QPalette::Text));
+    p.setColor(QPalette::Inactive, QPalette::HighlightedText,
+               p.color(QPalette::Active, QPalette::Text));
   }
   setPalette(p);
 }

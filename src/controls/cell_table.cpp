@@ -84,7 +84,8 @@ void CellTable::PaintCells(int row, int column, Fn&& paint) {
   const int r0 = allRows ? 0 : row, r1 = allRows ? RowCount() - 1 : row;
   const int c0 = allColumns ? 0 : column, c1 = allColumns ? ColumnCount() - 1 : column;
   for (int r = r0; r <= r1; ++r)
-    for (int c = c0; c <= c1; ++c) paint(rows_[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)]);
+    for (int c = c0; c <= c1; ++c)
+      paint(rows_[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)]);
   if (observer_) observer_->OnCellsChanged(r0, r1, c0, c1);
 }
 

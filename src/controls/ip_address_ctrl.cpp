@@ -59,8 +59,8 @@ bool CIpAddressCtrl::eventFilter(QObject* watched, QEvent* event) {
     if (!field->text().isEmpty()) MoveTo(index + 1, true);
     return true;
   }
-  if (key->key() == Qt::Key_Backspace && field->cursorPosition() == 0 && !field->hasSelectedText() &&
-      index > 0) {
+  if (key->key() == Qt::Key_Backspace && field->cursorPosition() == 0 &&
+      !field->hasSelectedText() && index > 0) {
     MoveTo(index - 1, false);
     return true;
   }
@@ -84,14 +84,17 @@ std::uint32_t CIpAddressCtrl::GetAddress() const {
 }
 
 void CIpAddressCtrl::SetAddress(std::uint32_t value) {
-  for (int i = 0; i < 4; ++i) fields_[static_cast<std::size_t>(i)]->setText(QString::number((value >> (24 - 8 * i)) & 0xFF));
+  for (int i = 0; i < 4; ++i)
+    fields_[static_cast<std::size_t>(i)]->setText(QString::number((value >> (24 - 8 * i)) & 0xFF));
 }
 
 void CIpAddressCtrl::SetText(const QString& dotted) {
   const QStringList parts = dotted.split('.');
   for (std::size_t i = 0; i < fields_.size(); ++i) {
     bool ok = false;
-    const int n = i < static_cast<std::size_t>(parts.size()) ? parts[static_cast<int>(i)].trimmed().toInt(&ok) : 0;
+    const int n = i < static_cast<std::size_t>(parts.size())
+                      ? parts[static_cast<int>(i)].trimmed().toInt(&ok)
+                      : 0;
     fields_[i]->setText(ok && n >= 0 && n <= 255 ? QString::number(n) : QString());
   }
 }

@@ -40,22 +40,16 @@ AnswerDecision DecideAnswer(std::uint8_t result, std::uint8_t command) {
   if (std::string text = ResultText(result); !text.empty())
     return {AnswerRoute::Refused, std::move(text)};
   switch (command) {
-    case frame::kAnsModuleRecord:
-      return {AnswerRoute::ModuleRecord, {}};
+    case frame::kAnsModuleRecord: return {AnswerRoute::ModuleRecord, {}};
     case frame::kAnsAddressChanged:
       return {AnswerRoute::AddressChanged, " Module ip is changed !!!"};
-    case frame::kAnsConfigBlock:
-      return {AnswerRoute::ConfigBlock, {}};
+    case frame::kAnsConfigBlock: return {AnswerRoute::ConfigBlock, {}};
     case frame::kAnsMacWrite53:
     case frame::kAnsMacWrite57:
-    case frame::kAnsMacWrite82:
-      return {AnswerRoute::MacWrite, {}};
-    case frame::kAnsLogoBlock:
-      return {AnswerRoute::LogoBlock, {}};
-    case frame::kAnsSearchAgain:
-      return {AnswerRoute::SearchAgain, {}};
-    case frame::kAnsSystemLogBlock:
-      return {AnswerRoute::LogBlock, {}};
+    case frame::kAnsMacWrite82: return {AnswerRoute::MacWrite, {}};
+    case frame::kAnsLogoBlock: return {AnswerRoute::LogoBlock, {}};
+    case frame::kAnsSearchAgain: return {AnswerRoute::SearchAgain, {}};
+    case frame::kAnsSystemLogBlock: return {AnswerRoute::LogBlock, {}};
     default: {
       char text[64];
       std::snprintf(text, sizeof text, "Unknown message (hex =%x   dec=%d)", command, command);

@@ -18,7 +18,8 @@ constexpr Color kWhite = 0xFFFFFF;
 CommandListPanel::CommandListPanel(CCellColorList& list, CommandListState& state,
                                    std::function<void(const QString&)> showCommand,
                                    std::function<void()> onClick)
-    : list_(list), state_(state), showCommand_(std::move(showCommand)), onClick_(std::move(onClick)) {
+    : list_(list), state_(state), showCommand_(std::move(showCommand)),
+      onClick_(std::move(onClick)) {
   list_.viewport()->installEventFilter(this);
 }
 

@@ -2,8 +2,8 @@
 
 #include <QByteArray>
 #include <QDateTime>
-#include <ctime>
 #include <QString>
+#include <ctime>
 
 namespace torvek {
 

@@ -6,7 +6,8 @@
 
 namespace torvek {
 
-std::vector<std::string> FileTargetAddresses(const CellTable& modules, int jobModel, bool useLanIp) {
+std::vector<std::string> FileTargetAddresses(const CellTable& modules, int jobModel,
+                                             bool useLanIp) {
   const bool filtered = jobModel == kModel730 || jobModel == kModel740;
   std::vector<std::string> out;
   for (int row = 0; row < modules.RowCount(); ++row) {

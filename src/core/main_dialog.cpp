@@ -16,8 +16,8 @@
 #include "core/command_list_panel.h"
 #include "core/daily_log.h"
 #include "core/file_targets.h"
-#include "core/module_record.h"
 #include "core/model_code.h"
+#include "core/module_record.h"
 #include "core/module_shortcuts.h"
 #include "core/start_up_texts.h"
 #include "production/jig_page.h"
@@ -102,8 +102,7 @@ bool CMainDlg::OnInitDialog() {
 
   dailyLogPath = QString::fromStdString(
       DailyLogPath(programDir.toStdString(), LocalTm(platform_.clock.LocalNow())));
-  AppendConsoleLog(dailyLogPath,
-                   QString::fromStdString(DailyLogHead(dailyLogPath.toStdString())));
+  AppendConsoleLog(dailyLogPath, QString::fromStdString(DailyLogHead(dailyLogPath.toStdString())));
 
   serialConfigPath = programDir + "serial_config.dat";
   theMainDlg = this;
@@ -165,8 +164,9 @@ void CMainDlg::CreatePages() {
   for (int i = 0; i < tabs->count(); ++i) LeaveEscapeOnPage(tabs->widget(i));
   tabs->setCurrentIndex(0);
   configPage->OnInitDialog();
-  serialLine_->SetConsoleSink(
-      [page = consolePage](int direction, const QByteArray& text) { page->OnSerialText(direction, text); });
+  serialLine_->SetConsoleSink([page = consolePage](int direction, const QByteArray& text) {
+    page->OnSerialText(direction, text);
+  });
   connect(fileSender_, &FileSender::StatusText, configPage, &CConfigPage::SetOperationStatus);
 }
 
@@ -282,8 +282,8 @@ void CMainDlg::SelectRow(int row) {
   selectedFirmwareMajor = version.empty() ? -'0' : version[0] - '0';
   selectedAddress = AddressOfRow(row);
   if (fileJobRunning)
-    platform_.prompter.Message(
-        QString::asprintf(" Upgrade process is running to %s", selectedAddress.toLocal8Bit().constData()));
+    platform_.prompter.Message(QString::asprintf(" Upgrade process is running to %s",
+                                                 selectedAddress.toLocal8Bit().constData()));
   else
     selectedModuleIp = selectedAddress;
   selectedModuleType = moduleList_->GetItemText(row, kColType);
@@ -314,11 +314,8 @@ void CMainDlg::OnManagementNotify(long long wParam, long long /*lParam*/) {
     case AnswerRoute::Unknown:
       platform_.prompter.Message(QString::fromStdString(decision.text));
       break;
-    case AnswerRoute::Silent:
-      break;
-    case AnswerRoute::ModuleRecord:
-      OnModuleRecord();
-      break;
+    case AnswerRoute::Silent: break;
+    case AnswerRoute::ModuleRecord: OnModuleRecord(); break;
     case AnswerRoute::ConfigBlock:
       if (OnConfigAnswer) OnConfigAnswer();
       break;
@@ -332,7 +329,8 @@ void CMainDlg::OnManagementNotify(long long wParam, long long /*lParam*/) {
       // The MAC writer works on a copy of a request's size; anything longer
       // than that is no answer of its and is cut.
       std::array<std::uint8_t, kMacWriteCopyLength> copy{};
-      const std::size_t length = std::min<std::size_t>(managementSocket.receivedLength, copy.size());
+      const std::size_t length =
+          std::min<std::size_t>(managementSocket.receivedLength, copy.size());
       std::copy_n(frame, length, copy.begin());
       if (OnMacWriteAnswer) OnMacWriteAnswer(copy.data(), length);
       break;

@@ -113,8 +113,8 @@ void PutAddressReversed(std::uint8_t* at, const std::array<std::uint8_t, 4>& add
 
 std::string MacText(const std::uint8_t* mac) {
   char text[18];
-  std::snprintf(text, sizeof text, "%02X-%02X-%02X-%02X-%02X-%02X", mac[0], mac[1], mac[2],
-                mac[3], mac[4], mac[5]);
+  std::snprintf(text, sizeof text, "%02X-%02X-%02X-%02X-%02X-%02X", mac[0], mac[1], mac[2], mac[3],
+                mac[4], mac[5]);
   return text;
 }
 
@@ -131,9 +131,12 @@ MacAddress ParseMacText(std::string_view text) {
     while (pos < text.size()) {
       const char c = text[pos];
       int nibble = -1;
-      if (c >= '0' && c <= '9') nibble = c - '0';
-      else if (c >= 'a' && c <= 'f') nibble = c - 'a' + 10;
-      else if (c >= 'A' && c <= 'F') nibble = c - 'A' + 10;
+      if (c >= '0' && c <= '9')
+        nibble = c - '0';
+      else if (c >= 'a' && c <= 'f')
+        nibble = c - 'a' + 10;
+      else if (c >= 'A' && c <= 'F')
+        nibble = c - 'A' + 10;
       if (nibble < 0) break;
       value = (value << 4) | static_cast<unsigned>(nibble);
       ++pos;

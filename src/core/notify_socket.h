@@ -9,12 +9,12 @@
 #include <QString>
 #include <QTimer>
 #include <array>
-#include <deque>
-#include <vector>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <shared_mutex>
 #include <string>
+#include <vector>
 
 namespace torvek {
 
@@ -32,7 +32,9 @@ class PrivateMessage : public QEvent {
  public:
   PrivateMessage(int message, long long wParam, long long lParam)
       : QEvent(TypeOf(message)), wParam(wParam), lParam(lParam) {}
-  static QEvent::Type TypeOf(int message) { return static_cast<QEvent::Type>(QEvent::User + message); }
+  static QEvent::Type TypeOf(int message) {
+    return static_cast<QEvent::Type>(QEvent::User + message);
+  }
   const long long wParam;
   const long long lParam;
 };

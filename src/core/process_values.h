@@ -26,9 +26,9 @@ struct ProgramValues {
   FrameBuffer FrameTemplate{};
 };
 
-// The module chosen in the list. Written by the main dialog's list handlers
-// (SelectRow, StartSearch, the Use LAN IP box) on the UI thread only; the
-// file sender never reads it, it reads the published targets instead.
+// The module chosen in the list. Writer: the main dialog on the UI thread
+// (its list handlers, and the shortcuts and command list it routes). The file
+// sender never reads it; it reads the targets published from it.
 struct Selection {
   int selectedRow = -1;
   QString selectedModuleType = "G : default";
@@ -39,8 +39,9 @@ struct Selection {
   int useLanIp = 1;
 };
 
-// The running file job. Written by the file job's controller when a job
-// starts and ends; read by the guards of other operations and by the sender.
+// The file job. Writer: the file job's controller (the sender sets and clears
+// fileJobRunning; the job's start sets the rest). Read by the guards of the
+// other operations, and by the sender's thread, hence the atomics.
 struct FileJobFlags {
   std::atomic<bool> fileJobRunning{false};
   // 1 broadcasts every block.

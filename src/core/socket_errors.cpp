@@ -18,14 +18,19 @@ std::string SocketErrorText(int code) {
     case kErrNotSocket: return "The descriptor is not a socket.";
     case kErrMessageSize:
       return "The datagram was too large to fit into the specified buffer and was truncated.";
-    case kErrOpNotSupported: return "MSG_OOB was specified, but the socket is not of type SOCK_STREAM.";
-    case kErrAfNotSupported: return "Addresses in the specified family cannot be used with this socket.";
+    case kErrOpNotSupported:
+      return "MSG_OOB was specified, but the socket is not of type SOCK_STREAM.";
+    case kErrAfNotSupported:
+      return "Addresses in the specified family cannot be used with this socket.";
     case kErrAddressInUse: return "The specified address is already in use.";
-    case kErrAddressNotAvailable: return "The specified address is not available from the local machine";
+    case kErrAddressNotAvailable:
+      return "The specified address is not available from the local machine";
     case kErrNetworkDown:
       return "The Windows Sockets implementation detected that the network subsystem failed";
-    case kErrNetworkUnreachable: return "The network cannot be reached from this host at this time.";
-    case kErrConnectionAborted: return "The virtual circuit was aborted due to timeout or other failure.";
+    case kErrNetworkUnreachable:
+      return "The network cannot be reached from this host at this time.";
+    case kErrConnectionAborted:
+      return "The virtual circuit was aborted due to timeout or other failure.";
     case kErrConnectionReset: return "The virtual circuit was reset by the remote side";
     case kErrNoBuffers: return "No buffer space is available. The socket cannot be connected.";
     case kErrIsConnected: return "The socket is already connected.";

@@ -7,9 +7,7 @@
 
 namespace torvek {
 
-QWidget* QtPrompter::Owner() const {
-  return parent_ && parent_->isVisible() ? parent_ : nullptr;
-}
+QWidget* QtPrompter::Owner() const { return parent_ && parent_->isVisible() ? parent_ : nullptr; }
 
 void QtPrompter::Message(const QString& text, const QString& title) {
   QMessageBox box(QMessageBox::NoIcon, title.isEmpty() ? QApplication::applicationName() : title,
@@ -20,8 +18,8 @@ void QtPrompter::Message(const QString& text, const QString& title) {
 }
 
 bool QtPrompter::AskYesNo(const QString& text, const QString& title) {
-  QMessageBox box(QMessageBox::Question, title.isEmpty() ? QApplication::applicationName() : title, text,
-                  QMessageBox::Yes | QMessageBox::No, Owner());
+  QMessageBox box(QMessageBox::Question, title.isEmpty() ? QApplication::applicationName() : title,
+                  text, QMessageBox::Yes | QMessageBox::No, Owner());
   box.setAccessibleDescription(text);
   return box.exec() == QMessageBox::Yes;
 }

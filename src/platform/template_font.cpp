@@ -23,7 +23,8 @@ int DialogBaseWidth(const QFont& font) {
 
 QFont TemplateFont(const QFont& systemFont) {
   // Families whose widths are those the templates were drawn for.
-  const QStringList preferred = {"Liberation Sans", "Arimo", "Nimbus Sans", "DejaVu Sans Condensed"};
+  const QStringList preferred = {"Liberation Sans", "Arimo", "Nimbus Sans",
+                                 "DejaVu Sans Condensed"};
   QFont font = systemFont;
   const QStringList installed = QFontDatabase::families();
   for (const QString& family : preferred)

@@ -22,8 +22,8 @@ struct ReceivedDatagram {
   std::size_t length = 0;
   std::vector<std::uint8_t> spill;
   std::uint64_t ringEnd = 0;  // ring position behind this datagram; 0 if not in the ring
-  int error = 0;        // errno of a failed receive, EMSGSIZE for an oversized datagram
-  bool failed = false;  // a failed receive, an empty or an oversized datagram
+  int error = 0;              // errno of a failed receive, EMSGSIZE for an oversized datagram
+  bool failed = false;        // a failed receive, an empty or an oversized datagram
 };
 
 class UdpSocket {

@@ -9,7 +9,6 @@ class CMacWriterPage : public QWidget {
   Q_OBJECT
  public:
   explicit CMacWriterPage(QWidget* parent = nullptr);
-
 };
 
 }  // namespace torvek

@@ -9,7 +9,6 @@ class CRadioTestPage : public QWidget {
   Q_OBJECT
  public:
   explicit CRadioTestPage(QWidget* parent = nullptr);
-
 };
 
 }  // namespace torvek

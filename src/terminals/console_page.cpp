@@ -56,7 +56,8 @@ void CConsolePage::OnSerialText(int direction, const QByteArray& text) {
   if (direction == 1 || text.contains('<')) now = links_.platform.clock.LocalNow().time();
   // A module that crashed says so on its console: one beep, until the
   // operator clears the buffer, in case nobody is looking at the box.
-  if (box_.Append(ConsoleDisplayText(direction, View(text), now.hour(), now.minute(), now.second())))
+  if (box_.Append(
+          ConsoleDisplayText(direction, View(text), now.hour(), now.minute(), now.second())))
     links_.platform.beeper.Beep();
   if (!flushTimer_.isActive()) flushTimer_.start();
 }
@@ -123,13 +124,11 @@ void CConsolePage::OnClearBuffer() {
   box_.emptiedSinceShown = false;
 }
 
-void CConsolePage::OnLogViewer() {
-  links_.platform.launcher.OpenFile(links_.program.dailyLogPath);
-}
+void CConsolePage::OnLogViewer() { links_.platform.launcher.OpenFile(links_.program.dailyLogPath); }
 
 void CConsolePage::OnLoadData() {
   const QString path = links_.platform.prompter.OpenFileName("Load Data", "All file (*.txt *.*)",
-                                                            links_.program.programDir);
+                                                             links_.program.programDir);
   if (!path.isEmpty()) links_.host.LoadCommandList(path);
 }
 
@@ -149,13 +148,9 @@ void CConsolePage::OnAutoSendTick() {
 void CConsolePage::keyPressEvent(QKeyEvent* event) {
   switch (event->key()) {
     case Qt::Key_Return:
-    case Qt::Key_Enter:
-      OnSend();
-      return;
-    case Qt::Key_Escape:
-      return;
-    default:
-      QWidget::keyPressEvent(event);
+    case Qt::Key_Enter: OnSend(); return;
+    case Qt::Key_Escape: return;
+    default: QWidget::keyPressEvent(event);
   }
 }
 

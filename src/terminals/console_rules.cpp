@@ -11,8 +11,8 @@ std::string ConsoleDisplayText(int direction, std::string_view text, int hour, i
                                int second) {
   if (direction == 0 && text.find('<') == std::string_view::npos) return std::string(text);
   char stamp[32];
-  std::snprintf(stamp, sizeof stamp, "\r\n%s-[%02d:%02d:%02d]", direction == 1 ? "TX" : "RX",
-                hour, minute, second);
+  std::snprintf(stamp, sizeof stamp, "\r\n%s-[%02d:%02d:%02d]", direction == 1 ? "TX" : "RX", hour,
+                minute, second);
   return stamp + std::string(text);
 }
 

@@ -33,8 +33,7 @@ void FeedBulk(const std::uint8_t* data, std::size_t length, const TextSink& sink
   for (std::size_t pos = 0; pos < length; pos += kBulkReadMax) {
     const std::size_t piece = std::min(kBulkReadMax, length - pos);
     const char* text = reinterpret_cast<const char*>(data + pos);
-    const std::size_t end = static_cast<std::size_t>(
-        std::find(text, text + piece, '\0') - text);
+    const std::size_t end = static_cast<std::size_t>(std::find(text, text + piece, '\0') - text);
     if (end > 0) sink(std::string_view(text, end));
   }
 }

@@ -52,7 +52,8 @@ std::uint32_t BaudOfRow(std::uint32_t row) {
 }
 
 int DataBitsOfRow(std::uint32_t row) {
-  return row < kDataBitsTable.size() ? kDataBitsTable[row] : kDataBitsTable[SerialConfig{}.dataBits];
+  return row < kDataBitsTable.size() ? kDataBitsTable[row]
+                                     : kDataBitsTable[SerialConfig{}.dataBits];
 }
 
 std::uint32_t PortRowInRange(std::uint32_t row) { return row < kPortRows ? row : 0; }

@@ -19,8 +19,9 @@ struct SerialConfig {
 };
 
 inline constexpr std::size_t kSerialConfigSize = 24;
-inline constexpr std::array<std::uint32_t, 15> kBaudTable = {
-    110, 300, 600, 1200, 2400, 4800, 9600, 14400, 19200, 38400, 56000, 57600, 115200, 128000, 256000};
+inline constexpr std::array<std::uint32_t, 15> kBaudTable = {110,   300,   600,    1200,   2400,
+                                                             4800,  9600,  14400,  19200,  38400,
+                                                             56000, 57600, 115200, 128000, 256000};
 inline constexpr std::array<int, 4> kDataBitsTable = {5, 6, 7, 8};
 inline constexpr int kPortRows = 99;
 

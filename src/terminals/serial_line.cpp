@@ -13,10 +13,7 @@ namespace torvek {
 
 SerialLine::SerialLine(Platform& platform, SerialFields& fields, const ProgramValues& program,
                        QObject* parent)
-    : QObject(parent),
-      platform_(platform),
-      fields_(fields),
-      program_(program),
+    : QObject(parent), platform_(platform), fields_(fields), program_(program),
       upgradeActive_(fields.upgradeActive) {}
 
 SerialLine::~SerialLine() { Close(); }
@@ -72,12 +69,15 @@ bool SerialLine::Open(const SerialConfig& config, const QString& programDir) {
   // texts are taken a few milliseconds after the first of a batch, so a fast
   // line wakes the UI thread about a hundred times a second, not once per
   // read; a script gets its chunks at once.
-  connect(reader, &SerialReader::TextsReady, this, [this, session] {
-    if (upgradeActive_)
-      TakeTexts(session);
-    else
-      QTimer::singleShot(10, this, [this, session] { TakeTexts(session); });
-  }, Qt::QueuedConnection);
+  connect(
+      reader, &SerialReader::TextsReady, this,
+      [this, session] {
+        if (upgradeActive_)
+          TakeTexts(session);
+        else
+          QTimer::singleShot(10, this, [this, session] { TakeTexts(session); });
+      },
+      Qt::QueuedConnection);
   thread->start();
 
   QStringList failures;
@@ -104,7 +104,8 @@ void SerialLine::Close() {
   if (!thread_) return;
   SerialReader* reader = std::exchange(reader_, nullptr);
   QThread* thread = std::exchange(thread_, nullptr);
-  QMetaObject::invokeMethod(reader, [reader] { reader->Close(); }, Qt::BlockingQueuedConnection);
+  QMetaObject::invokeMethod(
+      reader, [reader] { reader->Close(); }, Qt::BlockingQueuedConnection);
   thread->quit();
   thread->wait();
   delete thread;
@@ -137,8 +138,8 @@ void SerialLine::Send(const QByteArray& text) {
   if (!reader_) return;  // closed: the count would be 0
   const QByteArray bytes = text.isEmpty() ? QByteArray(1, '\n') : text;
   SerialReader* reader = reader_;
-  QMetaObject::invokeMethod(reader, [reader, bytes] { reader->Write(bytes); },
-                            Qt::QueuedConnection);
+  QMetaObject::invokeMethod(
+      reader, [reader, bytes] { reader->Write(bytes); }, Qt::QueuedConnection);
 }
 
 }  // namespace torvek

@@ -73,8 +73,7 @@ int SerialReader::Open(const SerialConfig& config, const QString& programDir,
                        QStringList& failures) {
   const int result = port_.Open(config.port, config.baud, config.dataBits, config.parity,
                                 config.stopBits, programDir, failures);
-  if (result)
-    connect(port_.device(), &QSerialPort::readyRead, this, &SerialReader::OnReadyRead);
+  if (result) connect(port_.device(), &QSerialPort::readyRead, this, &SerialReader::OnReadyRead);
   return result;
 }
 

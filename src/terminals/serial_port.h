@@ -63,8 +63,7 @@ class SerialReader : public QObject {
       : upgradeActive_(upgradeActive), tick_(std::move(tick)) {}
 
   // Run on the reader thread (blocking queued calls from the UI thread).
-  int Open(const SerialConfig& config, const QString& programDir,
-                       QStringList& failures);
+  int Open(const SerialConfig& config, const QString& programDir, QStringList& failures);
   void Close();
   // Queued from the UI thread; keeps their order.
   void Write(const QByteArray& bytes);

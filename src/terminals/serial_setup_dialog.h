@@ -17,8 +17,7 @@ class CSerialSetupDlg : public QDialog {
  public:
   // Shows `config`; a row outside its combo shows the default row. The device
   // that the chosen port resolves to is looked up in `programDir` first.
-  CSerialSetupDlg(const SerialConfig& config, const QString& programDir,
-                  QWidget* parent = nullptr);
+  CSerialSetupDlg(const SerialConfig& config, const QString& programDir, QWidget* parent = nullptr);
   ~CSerialSetupDlg() override;
 
   // The rows chosen; the flow row is not part of the settings.

@@ -18,7 +18,8 @@
 namespace torvek::test {
 
 bool InsideLab() {
-  struct stat self {}, lab {};
+  struct stat self {};
+  struct stat lab {};
   if (::stat("/proc/self/ns/net", &self) != 0) return false;
   if (::stat("/run/netns/tvk-pc", &lab) != 0) return false;
   return self.st_ino == lab.st_ino && self.st_dev == lab.st_dev;
@@ -48,8 +49,11 @@ ModSim::~ModSim() {
 }
 
 bool ModSim::Start(int timeoutMs) {
-  QStringList args{"lan", BinDir() + "/torvek-modsim", "--quiet", "--lifetime", "300",
-                   "--log", logPath, "--ready", readyPath_};
+  QStringList args{"lan",     BinDir() + "/torvek-modsim",
+                   "--quiet", "--lifetime",
+                   "300",     "--log",
+                   logPath,   "--ready",
+                   readyPath_};
   args += arguments_;
   process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
   process_.start(SourceDir() + "/scripts/lab", args);

@@ -14,7 +14,8 @@ namespace torvek::test {
 
 class PtyPair {
  public:
-  PtyPair(const QString& endPath, const QString& peerPath) : endPath_(endPath), peerPath_(peerPath) {}
+  PtyPair(const QString& endPath, const QString& peerPath)
+      : endPath_(endPath), peerPath_(peerPath) {}
   ~PtyPair() {
     if (fd_ >= 0) ::close(fd_);
     socat_.terminate();  // socat removes its links on the way out
@@ -38,9 +39,12 @@ class PtyPair {
 
   void Write(const QByteArray& bytes) {
     for (qsizetype done = 0; done < bytes.size();) {
-      const ssize_t n = ::write(fd_, bytes.constData() + done, static_cast<size_t>(bytes.size() - done));
-      if (n > 0) done += n;
-      else QThread::msleep(1);
+      const ssize_t n =
+          ::write(fd_, bytes.constData() + done, static_cast<size_t>(bytes.size() - done));
+      if (n > 0)
+        done += n;
+      else
+        QThread::msleep(1);
     }
   }
 

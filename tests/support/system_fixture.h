@@ -32,13 +32,13 @@ inline void PaintOnOneThreadUnderTsan() {
 #endif
 }
 
-#define TORVEK_LAB_MAIN(TestClass)                    \
-  int main(int argc, char** argv) {                   \
-    torvek::test::RequireLab();                       \
-    QApplication app(argc, argv);                     \
-    torvek::test::PaintOnOneThreadUnderTsan();        \
-    TestClass test;                                   \
-    return QTest::qExec(&test, argc, argv);           \
+#define TORVEK_LAB_MAIN(TestClass)             \
+  int main(int argc, char** argv) {            \
+    torvek::test::RequireLab();                \
+    QApplication app(argc, argv);              \
+    torvek::test::PaintOnOneThreadUnderTsan(); \
+    TestClass test;                            \
+    return QTest::qExec(&test, argc, argv);    \
   }
 
 }  // namespace torvek::test

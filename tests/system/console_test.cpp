@@ -154,13 +154,12 @@ class ConsoleTest : public QObject {
     w.dialog.selectedRow = 1;  // no WAN address: the programs get an empty one
     click(1005);
     w.dialog.OnDosCommand();
-    QCOMPARE(w.launcher.started,
-             (QList<QStringList>{{"terminal", "ping", "10.77.128.1"},
-                                 {"terminal", "telnet", "10.77.128.1"},
-                                 {"url", "http://10.77.128.1"},
-                                 {"url", "http://172.16.0.1:8080"},
-                                 {"terminal", "telnet", ""},
-                                 {"terminal"}}));
+    QCOMPARE(w.launcher.started, (QList<QStringList>{{"terminal", "ping", "10.77.128.1"},
+                                                     {"terminal", "telnet", "10.77.128.1"},
+                                                     {"url", "http://10.77.128.1"},
+                                                     {"url", "http://172.16.0.1:8080"},
+                                                     {"terminal", "telnet", ""},
+                                                     {"terminal"}}));
 
     // With a single module, Ping Test takes it without a selection.
     w.launcher.started.clear();
@@ -221,7 +220,8 @@ class ConsoleTest : public QObject {
     QVERIFY2(QRegularExpression("\nTX-\\[\\d\\d:\\d\\d:\\d\\d\\]ver\n").match(shown).hasMatch(),
              qPrintable(shown));
     QVERIFY2(QRegularExpression("Version 1\n\nRX-\\[\\d\\d:\\d\\d:\\d\\d\\]<ORB740> $")
-                 .match(shown).hasMatch(),
+                 .match(shown)
+                 .hasMatch(),
              qPrintable(shown));
 
     QFile log(w.dialog.dailyLogPath);

@@ -36,8 +36,8 @@ class DiscoveryTest : public QObject {
   void recordsOfEveryKindBecomeRowsWithTheirTexts() {
     ModSim sim({"--count", "6", "--models", "730,740,740P,730,0x1234,740", "--versions",
                 "3,2,3,1,3,12", "--modes", "0,1,2,3,5,4", "--names", "alpha,,@fill,delta,echo,%d-x",
-                "--wan", "--iptypes", "0,1,6,2,3,5", "--dhcp", "0,1",
-                "--firmware", "1.6.0003,2.0\\0\\0\\0\\0\\0,1.6.0003,1.6.0003,1.6.0003,1.6.0003"});
+                "--wan", "--iptypes", "0,1,6,2,3,5", "--dhcp", "0,1", "--firmware",
+                "1.6.0003,2.0\\0\\0\\0\\0\\0,1.6.0003,1.6.0003,1.6.0003,1.6.0003"});
     QVERIFY(sim.Start());
     LabWindow w;
     QVERIFY(w.dialog.OnInitDialog());
@@ -66,7 +66,7 @@ class DiscoveryTest : public QObject {
           "12 : 1.6.0003 "},
     };
     for (int row = 0; row < 6; ++row) QCOMPARE(RowTexts(list, row), expected[row]);
-    const std::array<Color, 6> colours = {kSystemColor, 0xC8C8C8, 0x969696,
+    const std::array<Color, 6> colours = {kSystemColor, 0xC8C8C8,     0x969696,
                                           kSystemColor, kSystemColor, 0xC8C8C8};
     for (int row = 0; row < 6; ++row) QCOMPARE(list.GetCellBackground(row, 1), colours[row]);
     QCOMPARE(w.dialog.FindRowByMac("00-0E-E3-00-00-05"), 4);
@@ -172,7 +172,8 @@ class DiscoveryTest : public QObject {
     sender.writeDatagram(QByteArray(5000, 'x'), QHostAddress::LocalHost, 7981);
     QTRY_COMPARE(d.configPage->OperationStatus(), QString("Remote module socket error"));
     QCOMPARE(d.managementSocket.errorText,
-             QString("The datagram was too large to fit into the specified buffer and was truncated."));
+             QString(
+                 "The datagram was too large to fit into the specified buffer and was truncated."));
 
     d.configPage->SetOperationStatus({});
     sender.writeDatagram(QByteArray(), QHostAddress::LocalHost, 7981);

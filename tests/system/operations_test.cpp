@@ -58,7 +58,8 @@ class OperationsTest : public QObject {
     // Nothing answered the first search.
     p.Expect({"There is no module at the list, Please do the search button first!!!"});
     page.OnModuleReboot();
-    QCOMPARE(p.Texts(), QStringList{"There is no module at the list, Please do the search button first!!!"});
+    QCOMPARE(p.Texts(),
+             QStringList{"There is no module at the list, Please do the search button first!!!"});
 
     ModSim sim({"--reboot-ms", "1500"});
     QVERIFY(sim.Start());
@@ -139,7 +140,8 @@ class OperationsTest : public QObject {
     w.prompter.answers.enqueue(true);
     w.prompter.onDialog = Choose(1);
     w.dialog.configPage->OnFactoryDefault();
-    QCOMPARE(w.prompter.questions, QStringList{"Are you sure to make factory default configuration?"});
+    QCOMPARE(w.prompter.questions,
+             QStringList{"Are you sure to make factory default configuration?"});
     QCOMPARE(w.dialog.configPage->OperationStatus(), QString("Factory default command is sent"));
     QTRY_COMPARE(sim.FramesOf(59).size(), 1);
     QCOMPARE(Field(sim.FramesOf(59).first(), 2, 3), QString("3b"));
@@ -224,9 +226,9 @@ class OperationsTest : public QObject {
     QTRY_COMPARE(sim.FramesOf(56).size(), 7);
     QStringList where;
     for (const QString& f : sim.FramesOf(56)) where << Field(f, 23, 24) + " " + f.section(' ', 2);
-    QCOMPARE(where, (QStringList{"01 255.255.255.255", "02 10.77.128.2", "03 10.77.128.1",
-                                 "03 10.77.128.3", "04 10.77.128.1", "04 10.77.128.2",
-                                 "04 10.77.128.3"}));
+    QCOMPARE(where,
+             (QStringList{"01 255.255.255.255", "02 10.77.128.2", "03 10.77.128.1",
+                          "03 10.77.128.3", "04 10.77.128.1", "04 10.77.128.2", "04 10.77.128.3"}));
 
     // A send that fails tells the status line, and no box.
     d.fileJobAll = 0;
@@ -268,8 +270,9 @@ class OperationsTest : public QObject {
     QCOMPARE(sim.FramesOf(3).size(), 1);
     QVERIFY(w.prompter.boxes.isEmpty());
     QVERIFY2(counter.paints >= 20, qPrintable(QString::number(counter.paints)));
-    QCOMPARE(w.launcher.started, (QList<QStringList>{{"hidden", "ping", "-c", "2", "10.77.128.1"},
-                                                     {"hidden", "ping", "-c", "2", "10.77.128.2"}}));
+    QCOMPARE(w.launcher.started,
+             (QList<QStringList>{{"hidden", "ping", "-c", "2", "10.77.128.1"},
+                                 {"hidden", "ping", "-c", "2", "10.77.128.2"}}));
     QTRY_COMPARE(w.prompter.Texts(), QStringList{" Module ip is changed !!!"});
 
     // An empty list waits all the same.

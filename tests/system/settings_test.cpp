@@ -44,15 +44,20 @@ class SettingsTest : public QObject {
     QVERIFY2(frame.startsWith("1225 554803030000000000c904"), qPrintable(frame));
     // Source: the PC side of the lab; target: the second module; then the body.
     QCOMPARE(frame.mid(5 + 22, 24), QString("025456000001000ee3000002"));
-    QCOMPARE(frame.mid(5 + 46, 26), QString("00" "09c84d0a" "0000ffff" "fe004d0a"));
+    QCOMPARE(frame.mid(5 + 46, 26), QString("00"
+                                            "09c84d0a"
+                                            "0000ffff"
+                                            "fe004d0a"));
     QTRY_COMPARE(w.prompter.Texts(), QStringList{" Module ip is changed !!!"});
 
     // The row changes only with the next search.
     QCOMPARE(list.GetItemText(1, 2), QString("10.77.128.2"));
     w.dialog.OnFindDevices();
     QTRY_COMPARE(list.RowCount(), 2);
-    QTRY_COMPARE(list.GetItemText(list.table().FindRow("00-0E-E3-00-00-02"), 2), QString("10.77.200.9"));
-    QCOMPARE(list.GetItemText(list.table().FindRow("00-0E-E3-00-00-02"), 4), QString("10.77.0.254"));
+    QTRY_COMPARE(list.GetItemText(list.table().FindRow("00-0E-E3-00-00-02"), 2),
+                 QString("10.77.200.9"));
+    QCOMPARE(list.GetItemText(list.table().FindRow("00-0E-E3-00-00-02"), 4),
+             QString("10.77.0.254"));
   }
 
   void setChecksRunInOrderAndEveryRefusalSendsNothing() {

@@ -97,7 +97,8 @@ class StartUpTest : public QObject {
     struct stat info {};
     QCOMPARE(::stat(QCoreApplication::applicationFilePath().toLocal8Bit().constData(), &info), 0);
     QFileInfo file(QCoreApplication::applicationFilePath());
-    const QDateTime when = file.birthTime().isValid() ? file.birthTime() : file.metadataChangeTime();
+    const QDateTime when =
+        file.birthTime().isValid() ? file.birthTime() : file.metadataChangeTime();
     const std::time_t seconds = static_cast<std::time_t>(when.toSecsSinceEpoch());
     const QString asc = QString::fromLatin1(std::asctime(std::localtime(&seconds))).left(24);
     QCOMPARE(d.windowTitle(), "Torvek V1.6 Mac (" + asc + ") :");

@@ -22,7 +22,8 @@ class CellColorListTest : public QObject {
     CCellColorList list;
     ThreeColumns(list);
     QSignalSpy inserted(&list.model(), &QAbstractItemModel::rowsInserted);
-    for (int i = 0; i < 10000; ++i) list.table().AppendRow(std::vector<std::string>{std::to_string(i)});
+    for (int i = 0; i < 10000; ++i)
+      list.table().AppendRow(std::vector<std::string>{std::to_string(i)});
     QCOMPARE(list.RowCount(), 10000);
     QCOMPARE(list.model().rowCount(), 0);  // not shown until the event loop runs
     QTRY_COMPARE(list.model().rowCount(), 10000);
@@ -46,7 +47,8 @@ class CellColorListTest : public QObject {
     list.InsertRow(1, "b");
     QTRY_COMPARE(list.model().rowCount(), 2);
     list.SetCellBackground(1, 0, 0x00C8C8C8, true);
-    QCOMPARE(list.model().index(1, 0).data(Qt::BackgroundRole).value<QColor>(), QColor(0xC8, 0xC8, 0xC8));
+    QCOMPARE(list.model().index(1, 0).data(Qt::BackgroundRole).value<QColor>(),
+             QColor(0xC8, 0xC8, 0xC8));
     QVERIFY(!list.model().index(0, 0).data(Qt::BackgroundRole).isValid());
     // 0x00BBGGRR: red in the low byte.
     list.SetCellBackground(0, -1, 0x000000FF);
@@ -55,9 +57,11 @@ class CellColorListTest : public QObject {
     QCOMPARE(list.GetCellBackground(9, 0), kSystemColor);
     list.SetCellBackground(0, 0, kSystemColor);
     QVERIFY(!list.model().index(0, 0).data(Qt::BackgroundRole).isValid());
-    QCOMPARE(list.model().index(0, 0).data(Qt::TextAlignmentRole).value<Qt::Alignment>() & Qt::AlignHCenter,
+    QCOMPARE(list.model().index(0, 0).data(Qt::TextAlignmentRole).value<Qt::Alignment>() &
+                 Qt::AlignHCenter,
              Qt::AlignHCenter);
-    QCOMPARE(list.model().headerData(0, Qt::Horizontal, Qt::DisplayRole).toString(), QString("name"));
+    QCOMPARE(list.model().headerData(0, Qt::Horizontal, Qt::DisplayRole).toString(),
+             QString("name"));
   }
 
   void spaceBarChangesNothing() {

@@ -11,11 +11,11 @@
 
 #include "admin/config_page.h"
 #include "admin/operation_dialogs.h"
+#include "control_by_id.h"
 #include "controls/cell_color_list.h"
 #include "controls/ip_address_ctrl.h"
 #include "core/main_dialog.h"
 #include "core/module_record.h"
-#include "control_by_id.h"
 #include "scripted_prompter.h"
 
 using namespace torvek;
@@ -59,10 +59,11 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
     QVERIFY(!test::ById<QComboBox>(page, 1035)->isEnabled());
     QCOMPARE(Rows(test::ById<QComboBox>(page, 1035)),
              (QStringList{"STATIC", "DHCP", "PPPoE", "L2TP", "PPTP", "3G"}));
-    const QPair<int, const char*> buttons[] = {{1016, "Set"},           {1106, "Get Configuration"},
-                                               {1107, "Set Configuration"}, {1098, "Module Reboot"},
-                                               {1099, "Factory Default"}, {1044, "Refresh"}};
-    for (const auto& [id, text] : buttons) QCOMPARE(test::ById<QPushButton>(page, id)->text(), QString(text));
+    const QPair<int, const char*> buttons[] = {
+        {1016, "Set"},           {1106, "Get Configuration"}, {1107, "Set Configuration"},
+        {1098, "Module Reboot"}, {1099, "Factory Default"},   {1044, "Refresh"}};
+    for (const auto& [id, text] : buttons)
+      QCOMPARE(test::ById<QPushButton>(page, id)->text(), QString(text));
     QCOMPARE(test::ById<QLabel>(page, 1048)->text(), QString("Firmware version"));
     QCOMPARE(test::ById<QLabel>(page, 1104)->text(), QString("Config Data File"));
     QCOMPARE(test::ById<QLabel>(page, 1105)->text(), QString("Operation Status"));
@@ -177,7 +178,8 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
 
     test::ById<QPushButton>(dlg, 1)->click();
     QCOMPARE(dlg.result(), int(QDialog::Accepted));
-    QCOMPARE(QList<int>({dlg.howManyModules, dlg.moduleType, dlg.operationType, dlg.communicationProtocol}),
+    QCOMPARE(QList<int>({dlg.howManyModules, dlg.moduleType, dlg.operationType,
+                         dlg.communicationProtocol}),
              QList<int>({1, 0, 0, 1}));
     QCOMPARE(dlg.JobModel(), std::optional<std::uint16_t>(kModel730));
   }

@@ -50,7 +50,7 @@ class ConsolePageTest : public QObject {
     const struct {
       int id;
       const char* text;
-    } buttons[] = {{1038, "Serial Port Open"}, {1050, "Auto Send"}, {1032, "send"},
+    } buttons[] = {{1038, "Serial Port Open"}, {1050, "Auto Send"},    {1032, "send"},
                    {1033, "Load Data"},        {1035, "Clear Buffer"}, {1036, "Log Viewer"}};
     for (const auto& b : buttons) {
       auto* button = ById<QAbstractButton>(page, b.id);

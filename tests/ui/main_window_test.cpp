@@ -6,9 +6,9 @@
 #include <QTabWidget>
 #include <QtTest/QTest>
 
+#include "control_by_id.h"
 #include "controls/cell_color_list.h"
 #include "core/main_dialog.h"
-#include "control_by_id.h"
 #include "scripted_prompter.h"
 
 using namespace torvek;
@@ -30,9 +30,9 @@ class MainWindowTest : public QObject, test::OfflinePlatform {
       bool shown;
     };
     const Expect buttons[] = {
-        {1000, "Find Devices", true}, {1004, "Ping Test", true},   {1005, "Open Telnet", true},
+        {1000, "Find Devices", true},     {1004, "Ping Test", true}, {1005, "Open Telnet", true},
         {1003, "Open Web Browser", true}, {3, "Serial Setup", true}, {1046, "Use LAN IP", true},
-        {1002, "DOS Command", false},  {1, "exit", false},          {2, "Cancel", false},
+        {1002, "DOS Command", false},     {1, "exit", false},        {2, "Cancel", false},
     };
     for (const Expect& e : buttons) {
       auto* button = qobject_cast<QAbstractButton*>(test::ById(dialog, e.id));

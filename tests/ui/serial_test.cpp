@@ -11,9 +11,9 @@
 #include <thread>
 
 #include "control_by_id.h"
+#include "core/process_values.h"
 #include "pty_pair.h"
 #include "scripted_prompter.h"
-#include "core/process_values.h"
 #include "terminals/serial_line.h"
 #include "terminals/serial_port.h"
 #include "terminals/serial_setup_dialog.h"
@@ -40,9 +40,12 @@ struct ReaderOnThread {
   ReaderOnThread() {
     reader->moveToThread(&thread);
     QObject::connect(&thread, &QThread::finished, reader, &QObject::deleteLater);
-    QObject::connect(reader, &SerialReader::TextsReady, &thread, [this] {
-      for (const SerialText& t : reader->TakeTexts()) texts << t.text;
-    }, Qt::QueuedConnection);
+    QObject::connect(
+        reader, &SerialReader::TextsReady, &thread,
+        [this] {
+          for (const SerialText& t : reader->TakeTexts()) texts << t.text;
+        },
+        Qt::QueuedConnection);
     thread.start();
   }
   ~ReaderOnThread() {
@@ -54,15 +57,18 @@ struct ReaderOnThread {
     SerialConfig config;
     config.port = port;
     int result = 0;
-    QMetaObject::invokeMethod(reader, [&] { result = reader->Open(config, dir, failures); },
-                              Qt::BlockingQueuedConnection);
+    QMetaObject::invokeMethod(
+        reader, [&] { result = reader->Open(config, dir, failures); },
+        Qt::BlockingQueuedConnection);
     return result;
   }
   void Close() {
-    QMetaObject::invokeMethod(reader, [this] { reader->Close(); }, Qt::BlockingQueuedConnection);
+    QMetaObject::invokeMethod(
+        reader, [this] { reader->Close(); }, Qt::BlockingQueuedConnection);
   }
   void Write(const QByteArray& bytes) {
-    QMetaObject::invokeMethod(reader, [this, bytes] { reader->Write(bytes); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        reader, [this, bytes] { reader->Write(bytes); }, Qt::QueuedConnection);
   }
 };
 

@@ -96,10 +96,16 @@ class TemplateFitTest : public QObject, test::OfflinePlatform {
       const int needed = bar->fontMetrics().horizontalAdvance(bar->tabText(i));
       if (!bar->rect().contains(tab) || tab.right() >= tabs->width())
         faults << QString("%1: tab %2,%3 outside the bar (width %4)")
-                      .arg(bar->tabText(i)).arg(tab.left()).arg(tab.right()).arg(tabs->width());
+                      .arg(bar->tabText(i))
+                      .arg(tab.left())
+                      .arg(tab.right())
+                      .arg(tabs->width());
       // A title keeps a few pixels of the tab's frame on either side.
       if (needed + 4 > tab.width())
-        faults << QString("%1: text %2 + 4 > tab %3").arg(bar->tabText(i)).arg(needed).arg(tab.width());
+        faults << QString("%1: text %2 + 4 > tab %3")
+                      .arg(bar->tabText(i))
+                      .arg(needed)
+                      .arg(tab.width());
     }
     for (QToolButton* arrow : bar->findChildren<QToolButton*>())
       if (arrow->isVisible()) faults << "scroll arrow shown";

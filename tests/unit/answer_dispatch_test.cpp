@@ -9,8 +9,8 @@ TEST(AnswerDispatch, EveryRefusalStopsTheFrameWhateverItsCommand) {
   for (int result = 1; result <= 13; ++result) {
     if (result == 9) continue;
     for (int command : {2, 5, 51, 60, 0}) {
-      const AnswerDecision d = DecideAnswer(static_cast<std::uint8_t>(result),
-                                            static_cast<std::uint8_t>(command));
+      const AnswerDecision d =
+          DecideAnswer(static_cast<std::uint8_t>(result), static_cast<std::uint8_t>(command));
       EXPECT_EQ(d.route, AnswerRoute::Refused) << result << "/" << command;
       EXPECT_EQ(d.text, ResultText(result));
     }
@@ -46,7 +46,8 @@ TEST(AnswerDispatch, ResultZeroAndAboveThirteenGoByCommand) {
                          Case{57, AnswerRoute::MacWrite}, Case{82, AnswerRoute::MacWrite},
                          Case{55, AnswerRoute::LogoBlock}, Case{60, AnswerRoute::SearchAgain},
                          Case{62, AnswerRoute::LogBlock}}) {
-      EXPECT_EQ(DecideAnswer(result, c.command).route, c.route) << int(result) << "/" << int(c.command);
+      EXPECT_EQ(DecideAnswer(result, c.command).route, c.route)
+          << int(result) << "/" << int(c.command);
     }
   }
   EXPECT_EQ(DecideAnswer(0, 5).text, " Module ip is changed !!!");

@@ -65,7 +65,7 @@ TEST(CommandList, TheWalkStartsAtTheTopWrapsAndUnmarksWhatItMarkedBefore) {
 TEST(CommandList, TheWalkScrollsOnlyWhileTheNextRowIsBelowTheView) {
   EXPECT_FALSE(WalkScrollsOn(10, 20, 200));  // exactly at the bottom edge
   EXPECT_TRUE(WalkScrollsOn(11, 20, 200));
-  EXPECT_FALSE(WalkScrollsOn(0, 20, 200));   // after the wrap: no move back
+  EXPECT_FALSE(WalkScrollsOn(0, 20, 200));  // after the wrap: no move back
 }
 
 }  // namespace

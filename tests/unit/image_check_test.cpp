@@ -46,7 +46,8 @@ class ImageCheck : public ::testing::Test {
     std::string bytes(size, 'x');
     bytes.replace(offset, std::min(text.size(), size - std::min(size, offset)), text);
     const fs::path path = dir_ / "f";
-    std::ofstream(path, std::ios::binary | std::ios::trunc).write(bytes.data(), static_cast<std::streamsize>(size));
+    std::ofstream(path, std::ios::binary | std::ios::trunc)
+        .write(bytes.data(), static_cast<std::streamsize>(size));
     return path.string();
   }
   fs::path dir_;

@@ -24,8 +24,9 @@ TEST(ModuleCommand, RebootOfAllModulesOnAStampedFrame) {
   FillModuleCommand(frame.data(), frame::kCmdReboot, 3, true, kPc, kModule, kNoParameter);
   StampFrame(frame.data(), frame::kRequestLength, 3, kModel740);
   EXPECT_EQ(Bytes(frame, 0, 23),
-            (std::vector<std::uint8_t>{0x56, 0x48, 0x3A, 0x03, 0, 0, 0, 0, 0, 0xC9, 0x04, 0x02, 0x54,
-                                       0x56, 0x00, 0x00, 0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}));
+            (std::vector<std::uint8_t>{0x56, 0x48, 0x3A, 0x03, 0,    0,    0,    0,
+                                       0,    0xC9, 0x04, 0x02, 0x54, 0x56, 0x00, 0x00,
+                                       0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}));
   EXPECT_EQ(Bytes(frame, 23, frame.size()), std::vector<std::uint8_t>(frame.size() - 23, 0));
 }
 
@@ -72,7 +73,8 @@ TEST(FileTargets, JobModelFiltersOnlyTheTwoPlainModelsAndTheColumnFollowsUseLanI
   using L = std::vector<std::string>;
   EXPECT_EQ(FileTargetAddresses(t, kModel730, true), (L{"10.0.0.1", "10.0.0.4"}));
   EXPECT_EQ(FileTargetAddresses(t, kModel740, true), (L{"10.0.0.2"}));
-  EXPECT_EQ(FileTargetAddresses(t, kModel740P, false), (L{"172.16.0.1", "172.16.0.2", "", "172.16.0.4"}));
+  EXPECT_EQ(FileTargetAddresses(t, kModel740P, false),
+            (L{"172.16.0.1", "172.16.0.2", "", "172.16.0.4"}));
   EXPECT_EQ(FileTargetAddresses(t, 0, true).size(), 4u);
   EXPECT_TRUE(FileTargetAddresses(Modules({}), kModel730, true).empty());
 }

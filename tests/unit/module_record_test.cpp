@@ -52,10 +52,20 @@ TEST(RowFromRecord, Version3Orb730GivesEveryColumn) {
   RecordBytes r(0x4855, 3);
   EXPECT_EQ(r.b[0], 0x55);
   const ModuleRow row = RowFromRecord(r.b.data(), r.b.size(), 0);
-  const std::array<std::string, 14> expected = {
-      "lobby", "730:gw",  "192.168.1.254", "255.255.255.0", "192.168.1.1", "1", "00-0E-E3-01-02-03",
-      "lab-ssid", "10.0.0.9", "255.0.0.0", "10.0.0.1", "02-00-00-00-00-09", "pppoe",
-      "3 : 1.6.0003 "};
+  const std::array<std::string, 14> expected = {"lobby",
+                                                "730:gw",
+                                                "192.168.1.254",
+                                                "255.255.255.0",
+                                                "192.168.1.1",
+                                                "1",
+                                                "00-0E-E3-01-02-03",
+                                                "lab-ssid",
+                                                "10.0.0.9",
+                                                "255.0.0.0",
+                                                "10.0.0.1",
+                                                "02-00-00-00-00-09",
+                                                "pppoe",
+                                                "3 : 1.6.0003 "};
   EXPECT_EQ(row.cells, expected);
   EXPECT_FALSE(row.typeBackground);
 }
@@ -91,11 +101,11 @@ TEST(RowFromRecord, TextRulesForOddValues) {
   RecordBytes r(0x4855, 12);
   r.b[0] = 0x55;
   r.b[1] = 0x48;
-  r.b[101] = 5;         // unknown mode
-  r.b[86] = 6;          // unknown ip type
-  std::memset(&r.b[102], 0, 16);  // no name
+  r.b[101] = 5;                    // unknown mode
+  r.b[86] = 6;                     // unknown ip type
+  std::memset(&r.b[102], 0, 16);   // no name
   std::memset(&r.b[42], 'S', 32);  // ssid without terminator
-  r.b[96] = 0;          // firmware with a zero inside
+  r.b[96] = 0;                     // firmware with a zero inside
   const ModuleRow row = RowFromRecord(r.b.data(), r.b.size(), 0);
   EXPECT_EQ(row.cells[kColType], "730:none");
   EXPECT_EQ(row.cells[kColIpType], "None");

@@ -50,8 +50,8 @@ TEST(PcNetworkTexts, MoreGatewaysThanAddressesMakeTurnsWithoutAddress) {
               "02:54:56:00:00:01/02:54:56:00:00:01", "192.168.0.5");
 
   // A first turn without an address leaves the PC address to the second.
-  const PcNetworkTexts late = MakePcNetworkTexts(
-      {{kMac1, {}, {"192.168.0.1"}}, {kMac2, {{"10.0.0.7", "255.0.0.0"}}, {}}});
+  const PcNetworkTexts late =
+      MakePcNetworkTexts({{kMac1, {}, {"192.168.0.1"}}, {kMac2, {{"10.0.0.7", "255.0.0.0"}}, {}}});
   ExpectTexts(late, "/10.0.0.7", "/255.0.0.0", "192.168.0.1/",
               "02:54:56:00:00:01/02:54:56:00:00:AB", "10.0.0.7");
 }
@@ -69,7 +69,8 @@ TEST(PcNetworkTexts, IpTypeTextPicksTheComboRow) {
   const char* const types[] = {"static", "dhcp", "pppoe", "l2tp", "pptp", "3G"};
   for (int i = 0; i < 6; ++i) EXPECT_EQ(IpTypeIndex(types[i]), i) << types[i];
   // Anything else shows STATIC; the texts are compared case and all.
-  for (const char* other : {"", "DHCP", "3g", "pppoe ", "wifi"}) EXPECT_EQ(IpTypeIndex(other), 0) << other;
+  for (const char* other : {"", "DHCP", "3g", "pppoe ", "wifi"})
+    EXPECT_EQ(IpTypeIndex(other), 0) << other;
 }
 
 }  // namespace

@@ -27,7 +27,8 @@ TEST(StartUpTexts, DailyLogNameHasAFourDigitHour) {
 }
 
 TEST(SocketErrors, PlatformErrorsReachTheirTexts) {
-  EXPECT_EQ(SocketErrorText(SocketErrorFromErrno(EADDRINUSE)), "The specified address is already in use.");
+  EXPECT_EQ(SocketErrorText(SocketErrorFromErrno(EADDRINUSE)),
+            "The specified address is already in use.");
   EXPECT_EQ(SocketErrorText(SocketErrorFromErrno(EMSGSIZE)),
             "The datagram was too large to fit into the specified buffer and was truncated.");
   EXPECT_EQ(SocketErrorText(SocketErrorFromErrno(ECONNREFUSED)),

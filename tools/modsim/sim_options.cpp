@@ -176,9 +176,8 @@ bool ParseOptions(int argc, char** argv, SimOptions& o, std::string& error) {
     };
   };
   auto byteList = [](std::vector<std::uint8_t>& target, long long low) {
-    return [low, &target](const std::string& text) {
-      return ParseNumberList(text, low, 255, target);
-    };
+    return
+        [low, &target](const std::string& text) { return ParseNumberList(text, low, 255, target); };
   };
 
   const std::map<std::string, Parser> withValue = {
@@ -242,15 +241,22 @@ bool ParseOptions(int argc, char** argv, SimOptions& o, std::string& error) {
       {"--reboot-ms", number(0, 600'000, o.rebootMs)},
       {"--truncate", number(0, static_cast<long long>(kFrameLength), o.truncate)},
       {"--pace-us", number(0, 10'000'000, o.paceUs)},
-      {"--log", [&o](const std::string& text) { o.logPath = text; return !text.empty(); }},
-      {"--ready", [&o](const std::string& text) { o.readyPath = text; return !text.empty(); }},
+      {"--log",
+       [&o](const std::string& text) {
+         o.logPath = text;
+         return !text.empty();
+       }},
+      {"--ready",
+       [&o](const std::string& text) {
+         o.readyPath = text;
+         return !text.empty();
+       }},
       {"--exit-after-searches", number(1, 1'000'000, o.exitAfterSearches)},
       {"--lifetime", number(1, 86400, o.lifetimeSeconds)},
   };
   const std::map<std::string, bool*> flags = {
-      {"--wan", &o.wan}, {"--dup-mac", &o.dupMac},
-      {"--log-destination", &o.logDestination}, {"--quiet", &o.quiet},
-      {"--help", &o.help}, {"-h", &o.help}};
+      {"--wan", &o.wan},     {"--dup-mac", &o.dupMac}, {"--log-destination", &o.logDestination},
+      {"--quiet", &o.quiet}, {"--help", &o.help},      {"-h", &o.help}};
 
   for (int i = 1; i < argc; ++i) {
     std::string arg = argv[i];

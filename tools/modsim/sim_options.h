@@ -34,9 +34,9 @@ struct SimOptions {
   bool dupMac = false;
   int repeat = 1;
   std::uint8_t result = 0;
-  int setRefusal = 0;     // result of every answer to a Set; 0 takes the settings
-  long rebootMs = 3000;   // how long a rebooted module misses searches
-  int truncate = -1;  // -1: whole records
+  int setRefusal = 0;    // result of every answer to a Set; 0 takes the settings
+  long rebootMs = 3000;  // how long a rebooted module misses searches
+  int truncate = -1;     // -1: whole records
   long paceUs = 0;
   std::string logPath;
   bool logDestination = false;

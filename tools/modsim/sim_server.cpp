@@ -90,10 +90,7 @@ void PrepareMessage(msghdr& header, sockaddr_in* to, iovec* iov, SourceControl& 
 }  // namespace
 
 SimServer::SimServer(const SimOptions& options, std::vector<VirtualModule> modules)
-    : options_(options),
-      modules_(std::move(modules)),
-      receiveBuffer_(65536),
-      sendBuffers_(kBatch) {
+    : options_(options), modules_(std::move(modules)), receiveBuffer_(65536), sendBuffers_(kBatch) {
   handlers_[kCommandSearch] = &SimServer::OnSearch;
   handlers_[kCommandSetNetwork] = &SimServer::OnSetNetwork;
   handlers_[kCommandReboot] = &SimServer::OnReboot;
@@ -153,7 +150,8 @@ bool SimServer::Open(std::string& error) {
     std::FILE* ready = std::fopen(temporary.c_str(), "w");
     const bool written = ready != nullptr && std::fprintf(ready, "%d\n", getpid()) > 0;
     if (ready != nullptr && std::fclose(ready) != 0) ready = nullptr;
-    if (!written || ready == nullptr || std::rename(temporary.c_str(), options_.readyPath.c_str()) != 0) {
+    if (!written || ready == nullptr ||
+        std::rename(temporary.c_str(), options_.readyPath.c_str()) != 0) {
       error = "cannot write ready file " + options_.readyPath + ": " + std::strerror(errno);
       return false;
     }
@@ -217,7 +215,8 @@ int SimServer::Run(const volatile std::sig_atomic_t& stop) {
   }
 
   for (const AnswerJob& job : jobs_) {
-    std::fprintf(stderr, "modsim: %s before the answer to %s was complete: %zu of %zu records unsent\n",
+    std::fprintf(stderr,
+                 "modsim: %s before the answer to %s was complete: %zu of %zu records unsent\n",
                  reason, AddressText(job.to).c_str(), job.total - job.next, job.total);
   }
   if (!options_.quiet) {
@@ -297,7 +296,8 @@ void SimServer::OnSearch(const Datagram& datagram) {
   }
   job.modules.reserve(modules_.size());
   for (const VirtualModule& m : modules_) {
-    if (m.hiddenUntil <= datagram.arrived) job.modules.push_back(static_cast<std::uint32_t>(m.index));
+    if (m.hiddenUntil <= datagram.arrived)
+      job.modules.push_back(static_cast<std::uint32_t>(m.index));
   }
   job.total = job.modules.size() * static_cast<std::size_t>(options_.repeat);
   job.started = datagram.arrived;
@@ -347,7 +347,8 @@ void SimServer::SendBatch(AnswerJob& job, std::size_t count) {
     const std::size_t k = job.next + j;
     const VirtualModule& module = modules_[job.modules[k % job.modules.size()]];
     std::size_t length = BuildModuleRecord(module, job.searcherMac, sendBuffers_[j].data());
-    if (options_.truncate >= 0) length = std::min(length, static_cast<std::size_t>(options_.truncate));
+    if (options_.truncate >= 0)
+      length = std::min(length, static_cast<std::size_t>(options_.truncate));
     iovs[j] = {sendBuffers_[j].data(), length};
 
     // Each record leaves from its own module's address.
@@ -388,7 +389,8 @@ void SimServer::SendBatch(AnswerJob& job, std::size_t count) {
 std::vector<VirtualModule*> SimServer::Targets(const Datagram& datagram) {
   MacAddress target{};
   for (std::size_t i = 0; i < target.size(); ++i) target[i] = datagram.At(offset::targetMac + i);
-  const bool all = std::all_of(target.begin(), target.end(), [](std::uint8_t b) { return b == 0xFF; });
+  const bool all =
+      std::all_of(target.begin(), target.end(), [](std::uint8_t b) { return b == 0xFF; });
   std::vector<VirtualModule*> out;
   for (VirtualModule& m : modules_)
     if (all || m.mac == target) out.push_back(&m);
@@ -444,7 +446,8 @@ void SimServer::OnFactoryDefault(const Datagram& datagram) {
 
 void SimServer::OnSetCompanyId(const Datagram& datagram) {
   std::uint32_t id = 0;
-  for (std::size_t i = 0; i < 4; ++i) id |= static_cast<std::uint32_t>(datagram.At(offset::companyRow + i)) << (8 * i);
+  for (std::size_t i = 0; i < 4; ++i)
+    id |= static_cast<std::uint32_t>(datagram.At(offset::companyRow + i)) << (8 * i);
   for (VirtualModule* m : Targets(datagram)) m->companyId = id;
 }
 

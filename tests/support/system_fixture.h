@@ -3,7 +3,6 @@
 #pragma once
 
 #include <QTemporaryDir>
-#include <QThreadPool>
 #include <QtTest/QTest>
 
 #include "core/main_dialog.h"
@@ -22,14 +21,6 @@ inline bool SearchBehind(LabWindow& w, const ModSim& sim) {
   const qsizetype before = sim.FramesOf(1).size();
   w.dialog.OnFindDevices();
   return QTest::qWaitFor([&] { return sim.FramesOf(1).size() > before; }, 5000);
-}
-
-// Qt paints big images on its thread pool, whose waits the thread sanitizer
-// cannot see; under it, the tests paint on one thread.
-inline void PaintOnOneThreadUnderTsan() {
-#if defined(__SANITIZE_THREAD__)
-  QThreadPool::globalInstance()->setMaxThreadCount(1);
-#endif
 }
 
 #define TORVEK_LAB_MAIN(TestClass)             \

@@ -23,13 +23,12 @@ inline bool SearchBehind(LabWindow& w, const ModSim& sim) {
   return QTest::qWaitFor([&] { return sim.FramesOf(1).size() > before; }, 5000);
 }
 
-#define TORVEK_LAB_MAIN(TestClass)             \
-  int main(int argc, char** argv) {            \
-    torvek::test::RequireLab();                \
-    QApplication app(argc, argv);              \
-    torvek::test::PaintOnOneThreadUnderTsan(); \
-    TestClass test;                            \
-    return QTest::qExec(&test, argc, argv);    \
+#define TORVEK_LAB_MAIN(TestClass)          \
+  int main(int argc, char** argv) {         \
+    torvek::test::RequireLab();             \
+    QApplication app(argc, argv);           \
+    TestClass test;                         \
+    return QTest::qExec(&test, argc, argv); \
   }
 
 }  // namespace torvek::test

@@ -55,25 +55,16 @@ bool ModSim::Start(int timeoutMs) {
                    logPath,   "--ready",
                    readyPath_};
   args += arguments_;
-  process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-  process_.start(SourceDir() + "/scripts/lab", args);
-  if (!process_.waitForStarted(timeoutMs)) return false;
+  if (!process_.Start(SourceDir() + "/scripts/lab", args)) return false;
   for (int waited = 0; waited < timeoutMs; waited += 10) {
     if (QFile::exists(readyPath_)) return true;
-    if (process_.state() == QProcess::NotRunning) return false;
+    if (!process_.Running()) return false;
     QThread::msleep(10);
   }
   return false;
 }
 
-void ModSim::Stop() {
-  if (process_.state() == QProcess::NotRunning) return;
-  process_.terminate();
-  if (!process_.waitForFinished(3000)) {
-    process_.kill();
-    process_.waitForFinished(3000);
-  }
-}
+void ModSim::Stop() { process_.Stop(); }
 
 QStringList ModSim::LoggedFrames() const {
   QFile file(logPath);
@@ -92,14 +83,13 @@ QStringList ModSim::FramesOf(int command) const {
 }
 
 int RunOnLan(const QStringList& command, int timeoutMs) {
-  QProcess process;
-  process.setProcessChannelMode(QProcess::ForwardedChannels);
-  process.start(SourceDir() + "/scripts/lab", QStringList{"lan"} + command);
-  if (!process.waitForFinished(timeoutMs)) {
-    process.kill();
+  ChildProcess process;
+  if (!process.Start(SourceDir() + "/scripts/lab", QStringList{"lan"} + command)) return -1;
+  if (!process.WaitForFinished(timeoutMs)) {
+    process.Kill();
     return -1;
   }
-  return process.exitCode();
+  return process.ExitCode();
 }
 
 }  // namespace torvek::test

@@ -2,9 +2,10 @@
 // anywhere else: the tool broadcasts, and that must never leave the lab.
 #pragma once
 
-#include <QProcess>
 #include <QString>
 #include <QStringList>
+
+#include "child_process.h"
 
 namespace torvek::test {
 
@@ -33,7 +34,7 @@ class ModSim {
  private:
   QStringList arguments_;
   QString readyPath_;
-  QProcess process_;
+  ChildProcess process_;
 };
 
 // Runs a command in the lab's LAN side and waits for it.

@@ -7,8 +7,9 @@
 
 #include <QDeadlineTimer>
 #include <QFileInfo>
-#include <QProcess>
 #include <QThread>
+
+#include "child_process.h"
 
 namespace torvek::test {
 
@@ -18,16 +19,13 @@ class PtyPair {
       : endPath_(endPath), peerPath_(peerPath) {}
   ~PtyPair() {
     if (fd_ >= 0) ::close(fd_);
-    socat_.terminate();  // socat removes its links on the way out
-    if (!socat_.waitForFinished(2000)) {
-      socat_.kill();
-      socat_.waitForFinished();
-    }
+    socat_.Stop();  // socat removes its links on the way out
   }
 
   bool Start() {
-    socat_.start("socat", {"pty,raw,echo=0,link=" + endPath_, "pty,raw,echo=0,link=" + peerPath_});
-    if (!socat_.waitForStarted()) return false;
+    if (!socat_.Start("socat",
+                      {"pty,raw,echo=0,link=" + endPath_, "pty,raw,echo=0,link=" + peerPath_}))
+      return false;
     QDeadlineTimer deadline(5000);
     while (!(QFileInfo::exists(endPath_) && QFileInfo::exists(peerPath_))) {
       if (deadline.hasExpired()) return false;
@@ -67,7 +65,7 @@ class PtyPair {
  private:
   QString endPath_;
   QString peerPath_;
-  QProcess socat_;
+  ChildProcess socat_;
   int fd_ = -1;
 };
 

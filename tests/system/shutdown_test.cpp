@@ -53,7 +53,11 @@ class ShutdownTest : public QObject {
         std::vector<std::vector<std::uint8_t>>(5000, {block.begin(), block.end()}), 20));
     QTRY_VERIFY(d.fileSender().BlocksSent() >= 5);
     QVERIFY(d.fileJobRunning);
-    QTest::qWait(100);
+    // The UI thread publishes new targets while the sender reads them.
+    for (int i = 0; i < 10; ++i) {
+      d.OnUseLanIp();
+      QTest::qWait(10);
+    }
 
     QElapsedTimer closing;
     closing.start();

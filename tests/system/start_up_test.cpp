@@ -5,7 +5,6 @@
 #include <QApplication>
 #include <QDir>
 #include <QLabel>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTabWidget>
 #include <QUdpSocket>
@@ -31,11 +30,8 @@ class StartUpTest : public QObject {
     QTemporaryDir dir;
     const QString program = dir.filePath("torvek");
     QVERIFY(QFile::copy(BinDir() + "/torvek", program));
-    QProcess torvek;
-    torvek.setWorkingDirectory(dir.path());
-    torvek.setProcessChannelMode(QProcess::ForwardedChannels);
-    torvek.start(program, {});
-    QVERIFY(torvek.waitForStarted());
+    ChildProcess torvek;
+    QVERIFY(torvek.Start(program, {}, dir.path()));
 
     // Exactly the 23 documented bytes, with the PC side's MAC, from port 7981.
     QTRY_VERIFY_WITH_TIMEOUT(!sim.LoggedFrames().isEmpty(), 15000);
@@ -65,11 +61,11 @@ class StartUpTest : public QObject {
       QCOMPARE(second.prompter.boxes.last().title, QString("Error"));
     }
     QTest::qWait(300);
-    QCOMPARE(torvek.state(), QProcess::Running);
+    QVERIFY(torvek.Running());
     QUdpSocket probe;
     QVERIFY(!probe.bind(QHostAddress::AnyIPv4, 7981));  // still held by the first
-    torvek.terminate();
-    QVERIFY(torvek.waitForFinished(5000));
+    torvek.Stop();
+    QVERIFY(!torvek.Running());
   }
 
   void startUpBringsUpPagesListsAndTitle() {

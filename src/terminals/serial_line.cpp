@@ -82,9 +82,7 @@ bool SerialLine::Open(const SerialConfig& config, const QString& programDir) {
 
   QStringList failures;
   int opened = 0;
-  QMetaObject::invokeMethod(
-      reader, [&] { opened = reader->Open(config, programDir, failures); },
-      Qt::BlockingQueuedConnection);
+  reader->Post([&] { opened = reader->Open(config, programDir, failures); }, true);
   for (int i = 0; i + 1 < failures.size(); i += 2)
     platform_.prompter.Message(failures[i], failures[i + 1]);
   // A box runs its own loop, in which the operator may have closed the line
@@ -104,8 +102,7 @@ void SerialLine::Close() {
   if (!thread_) return;
   SerialReader* reader = std::exchange(reader_, nullptr);
   QThread* thread = std::exchange(thread_, nullptr);
-  QMetaObject::invokeMethod(
-      reader, [reader] { reader->Close(); }, Qt::BlockingQueuedConnection);
+  reader->Post([reader] { reader->Close(); }, true);
   thread->quit();
   thread->wait();
   delete thread;
@@ -138,8 +135,7 @@ void SerialLine::Send(const QByteArray& text) {
   if (!reader_) return;  // closed: the count would be 0
   const QByteArray bytes = text.isEmpty() ? QByteArray(1, '\n') : text;
   SerialReader* reader = reader_;
-  QMetaObject::invokeMethod(
-      reader, [reader, bytes] { reader->Write(bytes); }, Qt::QueuedConnection);
+  reader->Post([reader, bytes] { reader->Write(bytes); }, false);
 }
 
 }  // namespace torvek

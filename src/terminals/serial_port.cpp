@@ -1,6 +1,5 @@
 #include "terminals/serial_port.h"
 
-#include <QMutexLocker>
 #include <QSerialPort>
 #include <algorithm>
 #include <cstring>
@@ -79,6 +78,28 @@ int SerialReader::Open(const SerialConfig& config, const QString& programDir,
 
 void SerialReader::Close() { port_.Close(); }
 
+void SerialReader::Post(std::function<void()> job, bool wait) {
+  {
+    std::lock_guard lock(postLock_);
+    posted_.push_back(std::move(job));
+  }
+  QMetaObject::invokeMethod(this, &SerialReader::RunPosted,
+                            wait ? Qt::BlockingQueuedConnection : Qt::QueuedConnection);
+  if (wait) {
+    std::lock_guard lock(postLock_);  // takes over what the job wrote
+  }
+}
+
+void SerialReader::RunPosted() {
+  std::deque<std::function<void()>> jobs;
+  {
+    std::lock_guard lock(postLock_);
+    jobs.swap(posted_);
+  }
+  for (const std::function<void()>& job : jobs) job();
+  std::lock_guard lock(postLock_);  // hands over what the jobs wrote
+}
+
 void SerialReader::Write(const QByteArray& bytes) {
   if (!bytes.isEmpty()) port_.WriteBytes(bytes.constData(), bytes.size());
 }
@@ -86,7 +107,7 @@ void SerialReader::Write(const QByteArray& bytes) {
 QList<SerialText> SerialReader::TakeTexts() {
   // Cleared first: what comes in behind the take is told again.
   told_ = false;
-  QMutexLocker lock(&queueLock_);
+  std::lock_guard lock(queueLock_);
   return std::exchange(queue_, {});
 }
 
@@ -108,7 +129,7 @@ void SerialReader::OnReadyRead() {
   }
   if (texts.isEmpty()) return;
   {
-    QMutexLocker lock(&queueLock_);
+    std::lock_guard lock(queueLock_);
     queue_.append(std::move(texts));
   }
   if (!told_.exchange(true)) emit TextsReady();

@@ -5,13 +5,14 @@
 
 #include <QByteArray>
 #include <QList>
-#include <QMutex>
 #include <QObject>
 #include <QStringList>
 #include <atomic>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
+#include <mutex>
 
 #include "terminals/serial_chunker.h"
 #include "terminals/serial_config.h"
@@ -62,10 +63,15 @@ class SerialReader : public QObject {
   SerialReader(const std::atomic<int>& upgradeActive, std::function<std::int64_t()> tick)
       : upgradeActive_(upgradeActive), tick_(std::move(tick)) {}
 
-  // Run on the reader thread (blocking queued calls from the UI thread).
+  // Any thread: runs `job` on the reader's thread after the jobs posted
+  // before it; with `wait`, returns once it has run. What a job reads and
+  // writes is handed over under a standard lock, so the thread sanitizer sees
+  // the order that Qt's event queue keeps.
+  void Post(std::function<void()> job, bool wait);
+
+  // Run on the reader thread, in posted jobs.
   int Open(const SerialConfig& config, const QString& programDir, QStringList& failures);
   void Close();
-  // Queued from the UI thread; keeps their order.
   void Write(const QByteArray& bytes);
 
   // Any thread: everything read since the last call, in order.
@@ -76,14 +82,17 @@ class SerialReader : public QObject {
 
  private:
   void OnReadyRead();
+  void RunPosted();
 
   const std::atomic<int>& upgradeActive_;
   std::function<std::int64_t()> tick_;
   CSerialPort port_;
   // Survives a change of mode: an unfinished chunk waits for its next bytes.
   SerialChunker chunker_;
-  QMutex queueLock_;
+  std::mutex queueLock_;
   QList<SerialText> queue_;
+  std::mutex postLock_;
+  std::deque<std::function<void()>> posted_;
   std::atomic<bool> told_{false};
 };
 

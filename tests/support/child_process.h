@@ -37,6 +37,9 @@ class ChildProcess {
     ::posix_spawn_file_actions_init(&actions);
     const std::string dir = workingDir.toStdString();
     if (!dir.empty()) ::posix_spawn_file_actions_addchdir_np(&actions, dir.c_str());
+    // Nothing of the test's but its output: a peer left behind must not hold
+    // the lab's lock file, say.
+    ::posix_spawn_file_actions_addclosefrom_np(&actions, 3);
     const int error = ::posix_spawnp(&pid_, argv[0], &actions, nullptr, argv.data(), environ);
     ::posix_spawn_file_actions_destroy(&actions);
     if (error != 0) pid_ = -1;

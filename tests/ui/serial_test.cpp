@@ -57,18 +57,14 @@ struct ReaderOnThread {
     SerialConfig config;
     config.port = port;
     int result = 0;
-    QMetaObject::invokeMethod(
-        reader, [&] { result = reader->Open(config, dir, failures); },
-        Qt::BlockingQueuedConnection);
+    reader->Post([&] { result = reader->Open(config, dir, failures); }, true);
     return result;
   }
   void Close() {
-    QMetaObject::invokeMethod(
-        reader, [this] { reader->Close(); }, Qt::BlockingQueuedConnection);
+    reader->Post([this] { reader->Close(); }, true);
   }
   void Write(const QByteArray& bytes) {
-    QMetaObject::invokeMethod(
-        reader, [this, bytes] { reader->Write(bytes); }, Qt::QueuedConnection);
+    reader->Post([this, bytes] { reader->Write(bytes); }, false);
   }
 };
 

@@ -79,15 +79,18 @@ int SerialReader::Open(const SerialConfig& config, const QString& programDir,
 void SerialReader::Close() { port_.Close(); }
 
 void SerialReader::Post(std::function<void()> job, bool wait) {
+  std::uint64_t ticket = 0;
   {
     std::lock_guard lock(postLock_);
     posted_.push_back(std::move(job));
+    ticket = ++jobsPosted_;
   }
-  QMetaObject::invokeMethod(this, &SerialReader::RunPosted,
-                            wait ? Qt::BlockingQueuedConnection : Qt::QueuedConnection);
-  if (wait) {
-    std::lock_guard lock(postLock_);  // takes over what the job wrote
-  }
+  // The wait is ours, not a blocking queued call: Qt's semaphore would hide
+  // from the sanitizer that the reader is done with the caller's stack.
+  QMetaObject::invokeMethod(this, &SerialReader::RunPosted, Qt::QueuedConnection);
+  if (!wait) return;
+  std::unique_lock lock(postLock_);
+  jobsRan_.wait(lock, [&] { return jobsRun_ >= ticket; });
 }
 
 void SerialReader::RunPosted() {
@@ -97,7 +100,11 @@ void SerialReader::RunPosted() {
     jobs.swap(posted_);
   }
   for (const std::function<void()>& job : jobs) job();
-  std::lock_guard lock(postLock_);  // hands over what the jobs wrote
+  {
+    std::lock_guard lock(postLock_);
+    jobsRun_ += jobs.size();
+  }
+  jobsRan_.notify_all();
 }
 
 void SerialReader::Write(const QByteArray& bytes) {

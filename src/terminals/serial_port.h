@@ -8,6 +8,7 @@
 #include <QObject>
 #include <QStringList>
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -92,7 +93,10 @@ class SerialReader : public QObject {
   std::mutex queueLock_;
   QList<SerialText> queue_;
   std::mutex postLock_;
-  std::deque<std::function<void()>> posted_;
+  std::condition_variable jobsRan_;
+  std::deque<std::function<void()>> posted_;  // under postLock_
+  std::uint64_t jobsPosted_ = 0;              // under postLock_
+  std::uint64_t jobsRun_ = 0;                 // under postLock_
   std::atomic<bool> told_{false};
 };
 

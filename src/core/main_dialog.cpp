@@ -53,8 +53,8 @@ CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
       *commandList_, static_cast<CommandListState&>(*this),
       [this](const QString& command) { consolePage->SetInputText(command); },
       [this] { OnCommandListClick(); });
-  serialLine_ = new SerialLine(platform_, *this, *this, this);
-  fileSender_ = new FileSender(managementSocket, *this, moduleList_->table(), *this, this);
+  serialLine_ = std::make_unique<SerialLine>(platform_, *this, *this);
+  fileSender_ = std::make_unique<FileSender>(managementSocket, *this, moduleList_->table(), *this);
   shortcuts_ = std::make_unique<ModuleShortcuts>(platform_, *this, *moduleList_,
                                                  [this] { return ShortcutAddress(); });
   setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
@@ -167,7 +167,7 @@ void CMainDlg::CreatePages() {
   serialLine_->SetConsoleSink([page = consolePage](int direction, const QByteArray& text) {
     page->OnSerialText(direction, text);
   });
-  connect(fileSender_, &FileSender::StatusText, configPage, &CConfigPage::SetOperationStatus);
+  connect(fileSender_.get(), &FileSender::StatusText, configPage, &CConfigPage::SetOperationStatus);
 }
 
 ConfigLinks CMainDlg::ConfigPageLinks() {

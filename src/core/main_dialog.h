@@ -156,8 +156,10 @@ class CMainDlg : public QDialog,
   CCellColorList* commandList_ = nullptr;
   std::unique_ptr<CommandListPanel> commands_;
   std::unique_ptr<ModuleShortcuts> shortcuts_;
-  SerialLine* serialLine_ = nullptr;
-  FileSender* fileSender_ = nullptr;
+  // Members rather than children, so that they go before the values they
+  // refer to.
+  std::unique_ptr<SerialLine> serialLine_;
+  std::unique_ptr<FileSender> fileSender_;
   bool endedDuringStartUp_ = false;
   bool destroyed_ = false;
 };

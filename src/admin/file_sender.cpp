@@ -71,7 +71,6 @@ void FileSender::Run(std::vector<std::vector<std::uint8_t>> blocks, int gapMs) {
     ++blocksSent_;
   }
   flags_.fileJobRunning = false;
-  emit JobEnded();
 }
 
 void FileSender::Stop() {

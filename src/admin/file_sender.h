@@ -52,9 +52,8 @@ class FileSender : public QObject {
   int BlocksSent() const { return blocksSent_.load(); }
 
  signals:
-  // Emitted on the sender's thread; connect them to the UI thread.
+  // Emitted on the sender's thread; connect it to the UI thread.
   void StatusText(const QString& text);
-  void JobEnded();
 
  private:
   void Run(std::vector<std::vector<std::uint8_t>> blocks, int gapMs);

@@ -235,9 +235,9 @@ void CMainDlg::OnUseLanIp() {
   // Without a selected row there is nothing to read, and the addresses stay.
   if (selectedRow < 0 || selectedRow >= moduleList_->RowCount()) return;
   selectedAddress = AddressOfRow(selectedRow);
-  // Also during an upload: its next unicast blocks go to the new address.
+  // Also during an upload: its next unicast blocks go to the new address
+  // (ReadUseLanIp asked for the targets to be published again).
   selectedModuleIp = selectedAddress;
-  fileSender_->TargetsChanged();
 }
 
 void CMainDlg::OnFindDevices() {

@@ -11,12 +11,12 @@
 #include <functional>
 #include <memory>
 
+#include "core/console_host.h"
 #include "core/frame_sender.h"
 #include "core/management_frame.h"
 #include "core/notify_socket.h"
 #include "core/process_values.h"
 #include "platform/platform.h"
-#include "terminals/console_host.h"
 
 namespace Ui {
 class MainDialog;

@@ -52,9 +52,9 @@ struct FileJobFlags {
   QString downloadPath;
 };
 
-// The serial side. Written on the UI thread only: serialConfig by the setup
-// dialog and by loading serial_config.dat, serialOpen by the pages' open
-// buttons, upgradeActive by the Upgrader page. The reader thread reads
+// The serial side. Written on the UI thread only: serialConfig by the serial
+// line (its setup dialog, loading serial_config.dat), serialOpen by the
+// pages' open buttons, upgradeActive by the Upgrader page. The reader thread reads
 // upgradeActive, hence atomic.
 struct SerialFields {
   SerialConfig serialConfig;

@@ -4,9 +4,9 @@
 #include <QScrollBar>
 #include <QTextCursor>
 
+#include "core/console_host.h"
 #include "core/daily_log.h"
 #include "platform/platform.h"
-#include "terminals/console_host.h"
 #include "terminals/serial_line.h"
 #include "ui_console_page.h"
 
@@ -149,7 +149,6 @@ void CConsolePage::keyPressEvent(QKeyEvent* event) {
   switch (event->key()) {
     case Qt::Key_Return:
     case Qt::Key_Enter: OnSend(); return;
-    case Qt::Key_Escape: return;
     default: QWidget::keyPressEvent(event);
   }
 }

@@ -58,7 +58,7 @@ class CConsolePage : public QWidget {
   QByteArray lastSentText;
 
  protected:
-  // Enter sends, Esc does nothing: neither closes the window.
+  // Enter sends instead of pressing the window's default button.
   void keyPressEvent(QKeyEvent* event) override;
 
  private:

@@ -61,10 +61,14 @@ class ChildProcess {
     return true;
   }
 
+  // Asks the program to end (SIGTERM); WaitForFinished tells whether it did.
+  void Terminate() {
+    if (Running()) ::kill(pid_, SIGTERM);
+  }
+
   // SIGTERM, then SIGKILL if the program takes more than three seconds.
   void Stop() {
-    if (!Running()) return;
-    ::kill(pid_, SIGTERM);
+    Terminate();
     if (WaitForFinished(3000)) return;
     ::kill(pid_, SIGKILL);
     Reap(true);

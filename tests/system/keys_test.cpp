@@ -30,6 +30,13 @@ QWidget* FocusOf(QWidget* page) {
   return page;
 }
 
+// The window after its start-up, shown and active, as the operator has it.
+bool BringUp(CMainDlg& d) {
+  if (!d.OnInitDialog()) return false;
+  d.show();
+  return QTest::qWaitForWindowActive(&d);
+}
+
 }  // namespace
 
 class KeysTest : public QObject {
@@ -39,9 +46,7 @@ class KeysTest : public QObject {
   void escapeOnAPageLeavesTheWindowOpen() {
     LabWindow w;
     CMainDlg& d = w.dialog;
-    QVERIFY(d.OnInitDialog());
-    d.show();
-    QVERIFY(QTest::qWaitForWindowActive(&d));
+    QVERIFY(BringUp(d));
 
     // An address field of the config page, where the operator types most.
     auto* lanIp = d.configPage->findChild<CIpAddressCtrl*>("lanIp");
@@ -63,9 +68,7 @@ class KeysTest : public QObject {
   void escapeOnTheModuleListEndsTheProgram() {
     LabWindow w;
     CMainDlg& d = w.dialog;
-    QVERIFY(d.OnInitDialog());
-    d.show();
-    QVERIFY(QTest::qWaitForWindowActive(&d));
+    QVERIFY(BringUp(d));
     PressEscapeIn(&d.ModuleList());
     QVERIFY(!d.isVisible());
     QCOMPARE(d.result(), int(QDialog::Rejected));

@@ -64,8 +64,8 @@ class StartUpTest : public QObject {
     QVERIFY(torvek.Running());
     QUdpSocket probe;
     QVERIFY(!probe.bind(QHostAddress::AnyIPv4, 7981));  // still held by the first
-    torvek.Stop();
-    QVERIFY(!torvek.Running());
+    torvek.Terminate();
+    QVERIFY(torvek.WaitForFinished(5000));
   }
 
   void startUpBringsUpPagesListsAndTitle() {

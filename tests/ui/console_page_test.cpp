@@ -8,8 +8,8 @@
 #include <QtTest/QTest>
 
 #include "control_by_id.h"
+#include "core/console_host.h"
 #include "scripted_prompter.h"
-#include "terminals/console_host.h"
 #include "terminals/console_page.h"
 #include "terminals/serial_line.h"
 
@@ -88,6 +88,33 @@ class ConsolePageTest : public QObject {
     QCOMPARE(page.autoSendCount, 2);
     page.OnAutoSendTick();
     QCOMPARE(page.autoSendCount, 0);
+  }
+
+  void theOpenButtonAsksTheWindowAndAutoSendWalksTheList() {
+    ConsoleRig rig;
+    CConsolePage& page = rig.page;
+    auto* open = ById<QAbstractButton>(page, 1038);
+    open->click();
+    QCOMPARE(rig.switches, QList<int>{1});
+    QVERIFY(rig.serial.serialOpen);
+    QCOMPARE(open->text(), QString("Serial Port Close"));
+    open->click();
+    QCOMPARE(rig.switches, (QList<int>{1, 0}));
+    QVERIFY(!rig.serial.serialOpen);
+    QCOMPARE(open->text(), QString("Serial Port Open"));
+
+    // Each due tick with Auto Send ticked takes one step of the window's walk
+    // and shows where the log goes; with the line closed nothing is sent.
+    rig.program.dailyLogPath = "/tmp/today.txt";
+    ById<QComboBox>(page, 1051)->setCurrentIndex(0);  // every tick
+    page.OnAutoSendTick();
+    QCOMPARE(rig.steps, 0);
+    ById<QAbstractButton>(page, 1050)->click();
+    page.OnAutoSendTick();
+    page.OnAutoSendTick();
+    QCOMPARE(rig.steps, 2);
+    QCOMPARE(ById<QLabel>(page, 1111)->text(), QString("/tmp/today.txt"));
+    QVERIFY(rig.p.prompter.boxes.isEmpty());
   }
 };
 

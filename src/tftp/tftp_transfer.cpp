@@ -96,16 +96,17 @@ TransferParameters Negotiate(const Packet& request, const ServerLimits& limits,
   return parameters;
 }
 
-RetransmitClock::RetransmitClock(std::uint32_t timeoutSeconds)
-    : fixed_(timeoutSeconds > 0), fixedMs_(timeoutSeconds * 1000) {}
+RetransmitClock::RetransmitClock(std::uint32_t timeoutSeconds) : limitMs_(timeoutSeconds * 1000) {}
 
 std::uint32_t RetransmitClock::Timeout() const {
-  if (fixed_) return fixedMs_;
   // Until a round trip is measured, a second; then the measured time with
-  // room for its spread, never below what a busy PC needs to answer.
+  // room for its spread, never below what a busy PC needs to answer. A
+  // client's timeout option bounds it: it says how long the client waits
+  // itself, and a lost block must not cost that wait every time.
   double base = 1000;
   if (smoothed_ >= 0) base = std::clamp(smoothed_ + std::max(10.0, 4 * variation_), 50.0, 3000.0);
-  return static_cast<std::uint32_t>(std::min(base * std::pow(2.0, backOff_), 6000.0));
+  const double limit = limitMs_ > 0 ? limitMs_ : 6000.0;
+  return static_cast<std::uint32_t>(std::min(base * std::pow(2.0, backOff_), limit));
 }
 
 void RetransmitClock::Sample(std::uint64_t roundTripMs) {
@@ -201,7 +202,7 @@ void ReadTransfer::OnPacket(const Packet& packet, std::uint64_t nowMs, Actions& 
 
 void ReadTransfer::OnTimer(std::uint64_t, Actions& actions) {
   if (over_) return;
-  if (++retries_ > clock_.MaxRetries()) {
+  if (++retries_ > RetransmitClock::kMaxRetries) {
     Fail(kNotDefined, "Transfer timed out", true, actions);
     return;
   }
@@ -268,13 +269,15 @@ void WriteTransfer::OnPacket(const Packet& packet, std::uint64_t nowMs, Actions&
   retries_ = 0;
   ++received_;
   bytes_ += packet.dataLength;
-  Acknowledge(nowMs, actions);
   if (packet.dataLength < parameters_.blockSize) {
+    // The file is in place before the client hears that it arrived.
     lingering_ = true;
     Finish(true, "", actions);
+    Acknowledge(nowMs, actions);
     actions.push_back(Timer(std::max<std::uint32_t>(2 * clock_.Timeout(), 1000)));
     return;
   }
+  Acknowledge(nowMs, actions);
   actions.push_back(Timer(clock_.Timeout()));
 }
 
@@ -285,7 +288,7 @@ void WriteTransfer::OnTimer(std::uint64_t nowMs, Actions& actions) {
     actions.push_back(Make(Action::Close));
     return;
   }
-  if (++retries_ > clock_.MaxRetries()) {
+  if (++retries_ > RetransmitClock::kMaxRetries) {
     Fail(kNotDefined, "Transfer timed out", true, actions);
     return;
   }

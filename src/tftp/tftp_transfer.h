@@ -43,7 +43,8 @@ struct Action {
     SendError,  // `code` and `text`, to the client
     Write,      // `data`/`length` go to the file, in order
     ArmTimer,   // (re)start the transfer's one timer with `milliseconds`
-    Finished,   // the outcome: `ok`, and `text` for a failure
+    Finished,   // the outcome: `ok`, and `text` for a failure; an upload is put in
+                // place here, and if that fails the transfer ends with an error
     Close,      // the transfer is over; drop its socket and timer
   } kind;
   std::uint64_t block = 0;
@@ -56,8 +57,8 @@ struct Action {
 };
 using Actions = std::vector<Action>;
 
-// Retransmission: the negotiated timeout when there is one, otherwise one
-// measured from the round trips, backed off while nothing comes back.
+// Retransmission: a timeout measured from the round trips, backed off while
+// nothing comes back, and never longer than a negotiated timeout.
 class RetransmitClock {
  public:
   explicit RetransmitClock(std::uint32_t timeoutSeconds);
@@ -65,11 +66,10 @@ class RetransmitClock {
   void Sample(std::uint64_t roundTripMs);
   void BackOff();
   void Reset() { backOff_ = 0; }
-  int MaxRetries() const { return fixed_ ? 5 : 8; }
+  static constexpr int kMaxRetries = 8;
 
  private:
-  bool fixed_;
-  std::uint32_t fixedMs_;
+  std::uint32_t limitMs_;
   double smoothed_ = -1;
   double variation_ = 0;
   int backOff_ = 0;

@@ -205,7 +205,16 @@ class Transfer : public QObject {
           }
           break;
         case Action::ArmTimer: timer_.start(static_cast<int>(action.milliseconds)); break;
-        case Action::Finished: Finish(action.ok, action.text); break;
+        case Action::Finished:
+          if (!Finish(action.ok, action.text) && action.ok) {
+            // The last block came but the file could not be put in place.
+            Send(MakeError(kDiskFull, "Could not store the file"));
+            closed_ = true;
+            timer_.stop();
+            server_->Remove(this);
+            return;
+          }
+          break;
         case Action::Close:
           closed_ = true;
           timer_.stop();
@@ -215,7 +224,9 @@ class Transfer : public QObject {
     }
   }
 
-  void Finish(bool ok, std::string reason) {
+  // Reports the outcome; false when the transfer failed or an upload could
+  // not be put in place.
+  bool Finish(bool ok, std::string reason) {
     if (write_) {
       if (ok) {
         if (netascii_) {
@@ -228,6 +239,7 @@ class Transfer : public QObject {
       if (!ok) upload_.Discard();
     }
     server_->Ended(this, ok, reason);
+    return ok;
   }
 
   void Close(bool ok, const std::string& reason) {

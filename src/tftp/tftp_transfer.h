@@ -139,7 +139,6 @@ class WriteTransfer {
   std::uint64_t received_ = 0;  // blocks taken
   std::uint64_t bytes_ = 0;
   std::uint64_t lastAckAt_ = 0;
-  bool acknowledgedAny_ = false;
   bool lingering_ = false;
   int retries_ = 0;
   std::uint64_t retransmissions_ = 0;

@@ -1,8 +1,8 @@
 #include "tftp_server.h"
 
 #include <QNetworkDatagram>
+#include <QSocketNotifier>
 #include <QTimer>
-#include <QVariant>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -44,15 +44,19 @@ bool ReadWhole(int fd, std::uint64_t size, std::vector<std::uint8_t>& out) {
 
 class Transfer : public QObject {
  public:
-  Transfer(TftpServer* server, std::unique_ptr<QUdpSocket> socket, const QHostAddress& peer,
+  Transfer(TftpServer* server, std::unique_ptr<TransferSocket> socket, const QHostAddress& peer,
            quint16 peerPort, TransferParameters parameters)
       : server_(server), socket_(std::move(socket)), peer_(peer), peerPort_(peerPort),
-        parameters_(std::move(parameters)) {
+        parameters_(std::move(parameters)),
+        notifier_(socket_->Descriptor(), QSocketNotifier::Read) {
+    peerAddress_.sin_family = AF_INET;
+    peerAddress_.sin_port = htons(peerPort);
+    peerAddress_.sin_addr.s_addr = htonl(peer.toIPv4Address());
     timer_.setSingleShot(true);
     timer_.setTimerType(Qt::PreciseTimer);
     connect(&timer_, &QTimer::timeout, this, &Transfer::OnTimer);
-    connect(socket_.get(), &QUdpSocket::readyRead, this, &Transfer::OnReadyRead);
-    buffer_.resize(kDataHeaderLength + parameters_.blockSize);
+    connect(&notifier_, &QSocketNotifier::activated, this, &Transfer::OnReadable);
+    incoming_.resize(kDataHeaderLength + 65536);
   }
   ~Transfer() override {
     if (fd_ >= 0) ::close(fd_);
@@ -104,20 +108,17 @@ class Transfer : public QObject {
   quint16 PeerPort() const { return peerPort_; }
 
  private:
-  void OnReadyRead() {
-    while (!closed_ && socket_->hasPendingDatagrams()) {
-      const qint64 pending = std::max<qint64>(socket_->pendingDatagramSize(), 1);
-      incoming_.resize(static_cast<std::size_t>(pending));
-      QHostAddress from;
-      quint16 fromPort = 0;
-      const qint64 got = socket_->readDatagram(reinterpret_cast<char*>(incoming_.data()), pending,
-                                               &from, &fromPort);
+  void OnReadable() {
+    // A bounded batch, so that other transfers and the window get their turn;
+    // the notifier fires again for what is left.
+    for (int batch = 0; batch < 64 && !closed_; ++batch) {
+      sockaddr_in from{};
+      const long got = socket_->Receive(incoming_.data(), incoming_.size(), from);
       if (got < 0) break;
-      if (fromPort != peerPort_ || from != peer_) {
+      if (!SameEndpoint(from, peerAddress_)) {
         // Another sender on this transfer's port is told off and not heard.
         const auto error = MakeError(kUnknownTransferId, "Unknown transfer ID");
-        socket_->writeDatagram(reinterpret_cast<const char*>(error.data()),
-                               static_cast<qint64>(error.size()), from, fromPort);
+        socket_->Send(from, error.data(), error.size());
         continue;
       }
       Packet packet;
@@ -143,34 +144,45 @@ class Transfer : public QObject {
   }
 
   void Send(const std::vector<std::uint8_t>& packet) {
-    socket_->writeDatagram(reinterpret_cast<const char*>(packet.data()),
-                           static_cast<qint64>(packet.size()), peer_, peerPort_);
+    socket_->Send(peerAddress_, packet.data(), packet.size());
+  }
+
+  // The block's bytes where they lie: in memory for netascii, otherwise in
+  // a read-ahead of the file that serves many blocks with one read.
+  const std::uint8_t* BlockBytes(std::uint64_t offset, std::size_t length, std::string& why) {
+    if (fromMemory_) return memory_.data() + offset;
+    if (offset < cacheOffset_ || offset + length > cacheOffset_ + cacheLength_) {
+      cache_.resize(std::max<std::size_t>(kReadAhead, length));
+      cacheOffset_ = offset;
+      cacheLength_ = 0;
+      while (cacheLength_ < cache_.size()) {
+        const ssize_t got = ::pread(fd_, cache_.data() + cacheLength_, cache_.size() - cacheLength_,
+                                    static_cast<off_t>(offset + cacheLength_));
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) {
+          why = std::strerror(errno);
+          return nullptr;
+        }
+        if (got == 0) break;
+        cacheLength_ += static_cast<std::size_t>(got);
+      }
+      if (cacheLength_ < length) {
+        why = "File changed while being read";
+        return nullptr;
+      }
+    }
+    return cache_.data() + (offset - cacheOffset_);
   }
 
   bool SendBlock(std::uint64_t block, std::string& why) {
     const std::size_t length = read_->BlockLength(block);
-    const std::uint64_t offset = read_->BlockOffset(block);
-    std::uint8_t* payload = buffer_.data() + kDataHeaderLength;
-    WriteDataHeader(buffer_.data(), static_cast<std::uint16_t>(block & 0xffff));
-    if (fromMemory_) {
-      std::memcpy(payload, memory_.data() + offset, length);
-    } else {
-      std::size_t done = 0;
-      while (done < length) {
-        const ssize_t got =
-            ::pread(fd_, payload + done, length - done, static_cast<off_t>(offset + done));
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) {
-          why = got == 0 ? "File changed while being read" : std::strerror(errno);
-          return false;
-        }
-        done += static_cast<std::size_t>(got);
-      }
-    }
-    // A datagram the kernel cannot take now is as good as lost on the way:
-    // the retransmission timer brings it again.
-    socket_->writeDatagram(reinterpret_cast<const char*>(buffer_.data()),
-                           static_cast<qint64>(kDataHeaderLength + length), peer_, peerPort_);
+    const std::uint8_t* bytes = BlockBytes(read_->BlockOffset(block), length, why);
+    if (!bytes) return false;
+    std::uint8_t header[kDataHeaderLength];
+    WriteDataHeader(header, static_cast<std::uint16_t>(block & 0xffff));
+    const iovec parts[2] = {{header, kDataHeaderLength},
+                            {const_cast<std::uint8_t*>(bytes), length}};
+    socket_->Send(peerAddress_, parts, 2);
     return true;
   }
 
@@ -250,10 +262,14 @@ class Transfer : public QObject {
   }
 
   TftpServer* server_;
-  std::unique_ptr<QUdpSocket> socket_;
+  static constexpr std::size_t kReadAhead = 256 * 1024;
+
+  std::unique_ptr<TransferSocket> socket_;
   QHostAddress peer_;
   quint16 peerPort_;
+  sockaddr_in peerAddress_{};
   TransferParameters parameters_;
+  QSocketNotifier notifier_;
   QTimer timer_;
   std::optional<ReadTransfer> read_;
   std::optional<WriteTransfer> write_;
@@ -263,7 +279,9 @@ class Transfer : public QObject {
   bool netascii_ = false;
   NetasciiDecoder decoder_;
   std::vector<std::uint8_t> decoded_;
-  std::vector<std::uint8_t> buffer_;
+  std::vector<std::uint8_t> cache_;
+  std::uint64_t cacheOffset_ = 0;
+  std::size_t cacheLength_ = 0;
   std::vector<std::uint8_t> incoming_;
   bool closed_ = false;
 };
@@ -350,22 +368,15 @@ void TftpServer::Refuse(const QHostAddress& peer, quint16 peerPort, bool write,
   emit TransferEnded(view, QString::fromStdString(OutcomeLine(outcome)));
 }
 
-std::unique_ptr<QUdpSocket> TftpServer::OpenTransferSocket() {
-  auto socket = std::make_unique<QUdpSocket>();
-  bool bound = false;
-  if (settings_.portLow == 0) {
-    bound = socket->bind(QHostAddress::AnyIPv4, 0);
-  } else {
-    const quint32 count = settings_.portHigh - settings_.portLow + 1u;
-    for (quint32 tried = 0; tried < count && !bound; ++tried) {
-      const auto port = static_cast<quint16>(settings_.portLow + (nextPort_++ % count));
-      bound = socket->bind(QHostAddress::AnyIPv4, port);
-    }
+std::unique_ptr<TransferSocket> TftpServer::OpenTransferSocket() {
+  auto socket = std::make_unique<TransferSocket>();
+  if (settings_.portLow == 0) return socket->Bind(0) ? std::move(socket) : nullptr;
+  const quint32 count = settings_.portHigh - settings_.portLow + 1u;
+  for (quint32 tried = 0; tried < count; ++tried) {
+    const auto port = static_cast<quint16>(settings_.portLow + (nextPort_++ % count));
+    if (socket->Bind(port)) return socket;
   }
-  if (!bound) return nullptr;
-  socket->setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, 1 << 20);
-  socket->setSocketOption(QAbstractSocket::ReceiveBufferSizeSocketOption, 1 << 20);
-  return socket;
+  return nullptr;
 }
 
 void TftpServer::HandleRequest(const QByteArray& datagram, const QHostAddress& peer,
@@ -404,7 +415,7 @@ void TftpServer::HandleRequest(const QByteArray& datagram, const QHostAddress& p
     return;
   }
 
-  std::unique_ptr<QUdpSocket> socket = OpenTransferSocket();
+  std::unique_ptr<TransferSocket> socket = OpenTransferSocket();
   if (!socket) {
     Refuse(peer, peerPort, write, name, kNotDefined, "No port free for the transfer",
            "no port free for the transfer");

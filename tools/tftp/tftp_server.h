@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "served_folder.h"
+#include "transfer_socket.h"
 
 namespace tftpd {
 
@@ -70,7 +71,7 @@ class TftpServer : public QObject {
   void HandleRequest(const QByteArray& datagram, const QHostAddress& peer, quint16 peerPort);
   void Refuse(const QHostAddress& peer, quint16 peerPort, bool write, const std::string& name,
               std::uint16_t code, const std::string& errorText, const std::string& reason);
-  std::unique_ptr<QUdpSocket> OpenTransferSocket();
+  std::unique_ptr<TransferSocket> OpenTransferSocket();
   friend class Transfer;
   void Ended(Transfer* transfer, bool ok, const std::string& reason);
   void Remove(Transfer* transfer);

@@ -39,28 +39,36 @@ TftpWindow::TftpWindow(const ServerSettings& settings, QWidget* parent)
 
   auto* folderLabel = new QLabel("&Folder:");
   folderEdit_ = new QLineEdit(settings.root);
+  folderEdit_->setObjectName("folderEdit");
   folderLabel->setBuddy(folderEdit_);
   browseButton_ = new QPushButton("&Browse...");
   auto* portLabel = new QLabel("&Port:");
   portSpin_ = new QSpinBox;
+  portSpin_->setObjectName("portSpin");
   portSpin_->setRange(1, 65535);
   portSpin_->setValue(settings.port);
   portLabel->setBuddy(portSpin_);
   uploadsBox_ = new QCheckBox("allow uploads");
+  uploadsBox_->setObjectName("uploadsBox");
   uploadsBox_->setChecked(settings.allowUploads);
   serveButton_ = new QPushButton("Serve");
+  serveButton_->setObjectName("serveButton");
   statusLabel_ = new QLabel;
+  statusLabel_->setObjectName("statusLabel");
   statusLabel_->setWordWrap(true);
   statusLabel_->setTextInteractionFlags(Qt::TextSelectableByMouse);
   privilegeLabel_ = new QLabel;
+  privilegeLabel_->setObjectName("privilegeLabel");
   privilegeLabel_->setWordWrap(true);
   privilegeLabel_->setTextInteractionFlags(Qt::TextSelectableByMouse);
   privilegeLabel_->setStyleSheet("color: #a00000");
   otherPortButton_ = new QPushButton(QString("Serve on port %1").arg(kUnprivilegedPort));
+  otherPortButton_->setObjectName("otherPortButton");
   privilegeLabel_->hide();
   otherPortButton_->hide();
 
   table_ = new QTableWidget(0, kColumns);
+  table_->setObjectName("transfers");
   table_->setHorizontalHeaderLabels(
       {"Client", "File", "Direction", "Size", "Progress", "Speed", "State"});
   table_->setAccessibleName("Transfers");
@@ -71,10 +79,12 @@ TftpWindow::TftpWindow(const ServerSettings& settings, QWidget* parent)
 
   auto* logLabel = new QLabel("&Log:");
   log_ = new QPlainTextEdit;
+  log_->setObjectName("log");
   log_->setReadOnly(true);
   log_->setMaximumBlockCount(10000);
   logLabel->setBuddy(log_);
   auto* clearButton = new QPushButton("&Clear log");
+  clearButton->setObjectName("clearLogButton");
 
   auto* top = new QGridLayout;
   top->addWidget(folderLabel, 0, 0);

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QFileDialog>
+#include <QFontDatabase>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -76,12 +77,14 @@ TftpWindow::TftpWindow(const ServerSettings& settings, QWidget* parent)
   table_->setSelectionBehavior(QAbstractItemView::SelectRows);
   table_->verticalHeader()->hide();
   table_->horizontalHeader()->setSectionResizeMode(kFile, QHeaderView::Stretch);
+  table_->horizontalHeader()->setSectionResizeMode(kClient, QHeaderView::ResizeToContents);
 
   auto* logLabel = new QLabel("&Log:");
   log_ = new QPlainTextEdit;
   log_->setObjectName("log");
   log_->setReadOnly(true);
   log_->setMaximumBlockCount(10000);
+  log_->setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
   logLabel->setBuddy(log_);
   auto* clearButton = new QPushButton("&Clear log");
   clearButton->setObjectName("clearLogButton");

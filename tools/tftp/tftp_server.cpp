@@ -28,6 +28,9 @@ QString ClientText(const QHostAddress& address, quint16 port) {
 }
 
 // A netascii read goes from memory: the file as it will be on the wire.
+// Text files are small; an image asked for as text is refused.
+constexpr std::uint64_t kNetasciiLimit = 64 << 20;
+
 bool ReadWhole(int fd, std::uint64_t size, std::vector<std::uint8_t>& out) {
   out.resize(size);
   std::uint64_t done = 0;
@@ -442,6 +445,12 @@ void TftpServer::HandleRequest(const QByteArray& datagram, const QHostAddress& p
     }
     std::vector<std::uint8_t> memory;
     const bool netascii = request.mode == Mode::Netascii;
+    if (netascii && size > kNetasciiLimit) {
+      ::close(fd);
+      Refuse(peer, peerPort, write, name, kNotDefined, "File too large for netascii",
+             "too large for netascii");
+      return;
+    }
     if (netascii) {
       std::vector<std::uint8_t> raw;
       if (!ReadWhole(fd, size, raw)) {

@@ -49,8 +49,8 @@ class Transfer : public QObject {
  public:
   Transfer(TftpServer* server, std::unique_ptr<TransferSocket> socket, const QHostAddress& peer,
            quint16 peerPort, TransferParameters parameters)
-      : server_(server), socket_(std::move(socket)), peer_(peer), peerPort_(peerPort),
-        parameters_(std::move(parameters)),
+      : QObject(server), server_(server), socket_(std::move(socket)), peer_(peer),
+        peerPort_(peerPort), parameters_(std::move(parameters)),
         notifier_(socket_->Descriptor(), QSocketNotifier::Read) {
     peerAddress_.sin_family = AF_INET;
     peerAddress_.sin_port = htons(peerPort);
@@ -88,8 +88,7 @@ class Transfer : public QObject {
     if (closed_) return;
     Send(MakeError(kNotDefined, text));
     upload_.Discard();
-    closed_ = true;
-    timer_.stop();
+    MarkClosed();
     server_->Ended(this, false, text);
   }
 
@@ -224,15 +223,13 @@ class Transfer : public QObject {
           if (!Finish(action.ok, action.text) && action.ok) {
             // The last block came but the file could not be put in place.
             Send(MakeError(kDiskFull, "Could not store the file"));
-            closed_ = true;
-            timer_.stop();
+            MarkClosed();
             server_->Remove(this);
             return;
           }
           break;
         case Action::Close:
-          closed_ = true;
-          timer_.stop();
+          MarkClosed();
           server_->Remove(this);
           return;
       }
@@ -259,9 +256,16 @@ class Transfer : public QObject {
 
   void Close(bool ok, const std::string& reason) {
     Finish(ok, reason);
+    MarkClosed();
+    server_->Remove(this);
+  }
+
+  // Nothing reaches a transfer that is over, though its object lives on
+  // until the event loop deletes it.
+  void MarkClosed() {
     closed_ = true;
     timer_.stop();
-    server_->Remove(this);
+    notifier_.setEnabled(false);
   }
 
   TftpServer* server_;
@@ -294,9 +298,8 @@ TftpServer::TftpServer(QObject* parent) : QObject(parent) {
   clock_.start();
 }
 
-TftpServer::~TftpServer() {
-  for (auto& [id, transfer] : transfers_) delete transfer;
-}
+// Transfers are the server's children and go with it.
+TftpServer::~TftpServer() = default;
 
 bool TftpServer::Start(const ServerSettings& settings, QString& error, bool& needsPrivilege) {
   Stop();

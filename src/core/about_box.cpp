@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QDialog>
+#include <QDir>
 #include <QFileInfo>
 #include <QPainter>
 
@@ -27,11 +28,15 @@ QIcon TorvekIcon() {
   return QIcon(pixmap);
 }
 
-void RunAboutBox(QWidget* parent, Prompter& prompter) {
+void RunAboutBox(QWidget* parent, Prompter& prompter, const QString& filesFolder) {
   QDialog box(parent);
   Ui::AboutDialog about;
   about.setupUi(&box);
   about.iconLabel->setPixmap(TorvekIcon().pixmap(32, 32));
+  // Where the daily log and the other files are kept, so an operator of an
+  // installed copy can find them.
+  about.filesLabel->setText("Files: " + QDir::toNativeSeparators(filesFolder));
+  about.filesLabel->setToolTip(filesFolder);
   prompter.RunDialog(box);
 }
 

@@ -12,7 +12,7 @@ namespace torvek {
 class Prompter;
 
 QIcon TorvekIcon();
-void RunAboutBox(QWidget* parent, Prompter& prompter);
+void RunAboutBox(QWidget* parent, Prompter& prompter, const QString& filesFolder);
 // Hangs the about box in the window's own menu (right click, or F1).
 void AddAboutAction(QWidget& window, std::function<void()> show);
 // The window's title: the program's name and the time the executable was

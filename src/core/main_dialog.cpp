@@ -342,7 +342,7 @@ void CMainDlg::OnManagementNotify(long long wParam, long long /*lParam*/) {
   }
 }
 
-void CMainDlg::ShowAboutBox() { RunAboutBox(this, platform_.prompter); }
+void CMainDlg::ShowAboutBox() { RunAboutBox(this, platform_.prompter, programDir); }
 
 bool CMainDlg::event(QEvent* event) {
   if (event->type() == PrivateMessage::TypeOf(WM_SOCKET_NOTIFY)) {

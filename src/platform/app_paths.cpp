@@ -12,7 +12,10 @@ QString SystemPaths::ProgramFile() { return QCoreApplication::applicationFilePat
 QString SystemPaths::ProgramDir() {
   if (!programDir_.isEmpty()) return programDir_;
   QString dir = QCoreApplication::applicationDirPath();
-  if (!QFileInfo(dir).isWritable()) {
+  // An installed copy (its data beside the bin folder) never writes there,
+  // even when run by root, for whom /usr/bin is writable.
+  const bool installed = QFileInfo::exists(dir + "/../share/torvek");
+  if (installed || !QFileInfo(dir).isWritable()) {
     dir = QStandardPaths::writableLocation(QStandardPaths::AppLocalDataLocation);
     QDir().mkpath(dir);
   }

@@ -10,8 +10,8 @@ class AppPaths {
   virtual ~AppPaths() = default;
   // Full path of the program file.
   virtual QString ProgramFile() = 0;
-  // Folder of the program file when it is writable, else the per-user data
-  // folder; always with a trailing '/'.
+  // Folder of the program file when it is writable and not an installed
+  // copy's, else the per-user data folder; always with a trailing '/'.
   virtual QString ProgramDir() = 0;
   // Where relative names ("command_list.txt") are looked for.
   virtual QString WorkingDir() = 0;

@@ -111,11 +111,11 @@ class StartUpTest : public QObject {
     QCOMPARE(tabs->widget(1), pageBefore);
 
     // The about box from the window's own menu.
-    QString aboutTitle, aboutText;
+    QString aboutTitle, aboutText, filesText;
     w.prompter.onDialog = [&](QDialog& box) {
       aboutTitle = box.windowTitle();
-      for (QLabel* l : box.findChildren<QLabel*>())
-        if (!l->text().isEmpty()) aboutText = l->text();
+      aboutText = box.findChild<QLabel*>("versionLabel")->text();
+      filesText = box.findChild<QLabel*>("filesLabel")->text();
       return int(QDialog::Accepted);
     };
     QAction* about = nullptr;
@@ -125,6 +125,8 @@ class StartUpTest : public QObject {
     about->trigger();
     QCOMPARE(aboutTitle, QString("About Torvek"));
     QCOMPARE(aboutText, QString("Torvek Version 1.0"));
+    // It tells where the daily log and the other files are kept.
+    QCOMPARE(filesText, "Files: " + d.programDir);
 
     // Shutdown lets go of the port.
     d.accept();

@@ -15,6 +15,12 @@ void OnStopSignal(int) { stopRequested = 1; }
 }  // namespace
 
 int main(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    if (std::string(argv[i]) == "--version") {
+      std::printf("torvek-modsim %s\n", TORVEK_VERSION);
+      return 0;
+    }
+  }
   modsim::SimOptions options;
   std::string error;
   if (!modsim::ParseOptions(argc, argv, options, error)) {

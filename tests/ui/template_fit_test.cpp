@@ -16,6 +16,7 @@
 #include "platform/template_font.h"
 #include "scripted_prompter.h"
 #include "terminals/console_page.h"
+#include "terminals/network_page.h"
 #include "terminals/serial_setup_dialog.h"
 
 using namespace torvek;
@@ -62,12 +63,14 @@ class TemplateFitTest : public QObject, test::OfflinePlatform {
     CMainDlg main(platform);
     CConfigPage config(main.ConfigPageLinks());
     CConsolePage console({platform, main.serialLine(), main, main, main});
+    NetworkSession session(platform, main);
+    CNetworkPage network(session);
     CHowManyDlg howMany;
     CCompanyIdDlg companyId;
     CSystemDataDlg systemData(prompter, main);
     CSerialSetupDlg serialSetup(SerialConfig{}, dir.path() + "/");
     QStringList clipped;
-    for (QWidget* w : std::initializer_list<QWidget*>{&main, &config, &console, &howMany,
+    for (QWidget* w : std::initializer_list<QWidget*>{&main, &config, &console, &network, &howMany,
                                                       &companyId, &systemData, &serialSetup}) {
       w->ensurePolished();
       for (const QString& text : Clipped(*w))

@@ -10,6 +10,11 @@
 
 namespace torvek {
 
+namespace {
+// Text the box takes in one turn.
+constexpr std::size_t kFlushBytes = 16 * 1024;
+}  // namespace
+
 CNetworkPage::CNetworkPage(NetworkSession& session, QWidget* parent)
     : QWidget(parent), session_(session), ui_(std::make_unique<Ui::NetworkPage>()) {
   ui_->setupUi(this);
@@ -85,18 +90,22 @@ void CNetworkPage::FlushLog() {
   NetworkLog& log = session_.log();
   QPlainTextEdit* view = ui_->logBox;
   const std::string& text = log.Text();
+  const std::size_t from = log.emptiedSinceShown ? 0 : log.shownSize;
+  if (!log.emptiedSinceShown && from >= text.size()) return;
+  // A flood is shown a stretch per turn, so that the box never holds the UI
+  // thread for long; what an emptying drops is never shown at all.
+  const std::string_view stretch = std::string_view(text).substr(from, kFlushBytes);
   if (log.emptiedSinceShown) {
-    view->setPlainText(Displayed(text));
-  } else if (log.shownSize < text.size()) {
+    view->setPlainText(Displayed(stretch));
+  } else {
     QTextCursor end(view->document());
     end.movePosition(QTextCursor::End);
-    end.insertText(Displayed(std::string_view(text).substr(log.shownSize)));
-  } else {
-    return;
+    end.insertText(Displayed(stretch));
   }
   log.emptiedSinceShown = false;
-  log.shownSize = text.size();
+  log.shownSize = from + stretch.size();
   view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
+  if (log.shownSize < text.size()) flushTimer_.start();
 }
 
 NetworkControls CNetworkPage::ReadControls() {

@@ -145,6 +145,15 @@ class NetworkPageTest : public QObject {
     QCOMPARE(LastLine(rig.box()), QString("c"));
   }
 
+  void aFloodReachesTheBoxInStretches() {
+    NetworkRig rig;
+    rig.page.AppendNetworkLog(kLogReceived, std::string(100000, 'q'));
+    rig.page.FlushLog();
+    QVERIFY(LastLine(rig.box()).size() < 100006);
+    // The rest follows turn by turn, without another arrival.
+    QTRY_COMPARE(LastLine(rig.box()).size(), 100006);
+  }
+
   void theBoxEmptiesAt1024LinesAndClearBufferEmptiesIt() {
     NetworkRig rig;
     // The banner's three lines and the empty one behind them count.

@@ -60,13 +60,13 @@ int Bound(int type, std::uint16_t port, std::string& error) {
   return fd;
 }
 
-// Text lines of a stream: "line <number> ....\n", 64 bytes each.
-void FillStream(std::string& out, long long from, std::size_t length) {
+// Text of a stream: lines of 64 bytes, or one endless line.
+void FillStream(std::string& out, long long from, std::size_t length, bool raw) {
   out.resize(length);
   for (std::size_t i = 0; i < length; ++i) {
     const long long at = from + static_cast<long long>(i);
     const long long column = at % 64;
-    out[i] = column == 63 ? '\n' : static_cast<char>('!' + (at / 64 + column) % 90);
+    out[i] = column == 63 && !raw ? '\n' : static_cast<char>('!' + (at / 64 + column) % 90);
   }
 }
 
@@ -85,9 +85,10 @@ bool ParseDataMode(const std::string& value, DataPortMode& mode, std::string& er
     mode.kind = Kind::Reset;
   } else if (value == "refuse") {
     mode.kind = Kind::Refuse;
-  } else if (value.rfind("stream=", 0) == 0) {
+  } else if (value.rfind("stream=", 0) == 0 || value.rfind("stream-raw=", 0) == 0) {
     mode.kind = Kind::Stream;
-    const char* begin = value.data() + 7;
+    mode.rawStream = value[6] == '-';
+    const char* begin = value.data() + value.find('=') + 1;
     const char* end = value.data() + value.size();
     const auto [ptr, ec] = std::from_chars(begin, end, mode.streamBytes);
     if (ec != std::errc() || ptr != end || mode.streamBytes < 0) {
@@ -262,12 +263,14 @@ void DataPorts::ReadConnection(Connection& c) {
 }
 
 void DataPorts::WriteConnection(Connection& c) {
-  if (c.pending.empty() && c.streamLeft > 0) {
-    const long long sent = mode_.streamBytes - c.streamLeft;
-    FillStream(c.pending, sent,
-               static_cast<std::size_t>(std::min<long long>(c.streamLeft, 1 << 16)));
+  const auto nextStretch = [this, &c] {
+    if (!c.pending.empty() || c.streamLeft <= 0) return;
+    FillStream(c.pending, mode_.streamBytes - c.streamLeft,
+               static_cast<std::size_t>(std::min<long long>(c.streamLeft, 1 << 16)),
+               mode_.rawStream);
     c.streamLeft -= static_cast<long long>(c.pending.size());
-  }
+  };
+  nextStretch();
   while (!c.pending.empty()) {
     const ssize_t n = send(c.fd, c.pending.data(), c.pending.size(), MSG_NOSIGNAL);
     if (n < 0) {
@@ -277,12 +280,7 @@ void DataPorts::WriteConnection(Connection& c) {
       return;
     }
     c.pending.erase(0, static_cast<std::size_t>(n));
-    if (c.pending.empty() && c.streamLeft > 0) {
-      const long long sent = mode_.streamBytes - c.streamLeft;
-      FillStream(c.pending, sent,
-                 static_cast<std::size_t>(std::min<long long>(c.streamLeft, 1 << 16)));
-      c.streamLeft -= static_cast<long long>(c.pending.size());
-    }
+    nextStretch();
   }
   // A finished stream ends with an orderly close.
   if (mode_.kind == DataPortMode::Kind::Stream) {

@@ -24,9 +24,11 @@ struct DataPortMode {
   Kind kind = Kind::Echo;
   std::string text;
   long long streamBytes = 0;
+  bool rawStream = false;  // no line breaks in the stream
 };
 
-// echo | text=TEXT (\r \n \0 \\ as escapes) | close | reset | refuse | stream=BYTES
+// echo | text=TEXT (\r \n \0 \\ as escapes) | close | reset | refuse | stream=BYTES |
+// stream-raw=BYTES
 bool ParseDataMode(const std::string& value, DataPortMode& mode, std::string& error);
 
 class DataPorts {

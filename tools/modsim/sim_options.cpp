@@ -164,6 +164,7 @@ const char* UsageText() {
          "  --data MODE              serve TCP 5000, 5001 and UDP 5050, 5051 on every module's\n"
          "                           address: echo, text=TEXT (\\r \\n \\0 escapes), close or\n"
          "                           reset at the first data, refuse, stream=BYTES of lines\n"
+         "                           or stream-raw=BYTES with no line break\n"
          "  --data-log FILE          append '<tcp|udp> <ip>:<port> <hex>' per data arrival\n"
          "  --lifetime S             exit after S seconds, 1..86400 (600)\n"
          "  --quiet                  no summary line per search\n";

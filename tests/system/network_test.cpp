@@ -15,6 +15,7 @@
 #include <QLineEdit>
 #include <QUuid>
 #include <QtTest/QTest>
+#include <functional>
 
 #include "control_by_id.h"
 #include "controls/cell_color_list.h"
@@ -38,7 +39,7 @@ struct NetworkLab {
 
   bool Up(int rows = 1) {
     if (!sim.Start() || !w.dialog.OnInitDialog()) return false;
-    if (!QTest::qWaitFor([&] { return w.dialog.ModuleList().RowCount() == rows; }, 5000))
+    if (!QTest::qWaitFor([&] { return w.dialog.ModuleList().RowCount() >= rows; }, 5000))
       return false;
     w.dialog.SelectRow(0);
     w.dialog.ShowTab(1);
@@ -171,6 +172,38 @@ class NetworkTest : public QObject {
     QTRY_VERIFY2(lab.Log().endsWith("\r\nErr=>The virtual circuit was reset by the remote side"),
                  lab.Log().right(80).constData());
     QCOMPARE(lab.button().text(), QString("Remote Connect"));
+    QCOMPARE(lab.w.prompter.unexpected, 0);
+  }
+
+  void unansweredConnectTimesOut() {
+    // Two SYNs instead of seven, in the lab's PC side only, for the length
+    // of this test: the connect then gives up within about three seconds.
+    const QString knob = "/proc/sys/net/ipv4/tcp_syn_retries";
+    QFile file(knob);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    const QByteArray was = file.readAll().trimmed();
+    file.close();
+    const auto write = [&](const QByteArray& value) {
+      QFile f(knob);
+      return f.open(QIODevice::WriteOnly) && f.write(value + "\n") > 0;
+    };
+    QVERIFY(write("1"));
+    struct Restore {
+      std::function<void()> undo;
+      ~Restore() { undo(); }
+    } restore{[&] { write(was); }};
+    NetworkLab lab("echo");
+    QVERIFY(lab.Up());
+    // Beyond the lab's LAN: the LAN side forwards nothing, so no answer comes.
+    lab.w.dialog.selectedAddress = "10.78.0.1";
+    lab.button().click();
+    QVERIFY(!lab.button().isEnabled());
+    QTRY_VERIFY2_WITH_TIMEOUT(
+        lab.Log().endsWith(
+            "\r\nErr=>The attempt to connect timed out without establishing a connection"),
+        lab.Log().right(80).constData(), 15000);
+    QCOMPARE(lab.button().text(), QString("Remote Connect"));
+    QVERIFY(lab.button().isEnabled());
     QCOMPARE(lab.w.prompter.unexpected, 0);
   }
 

@@ -154,7 +154,8 @@ void CMainDlg::CreatePages() {
   QTabWidget* tabs = ui_->tabControl;
   const QSignalBlocker quiet(tabs);
   tabs->addTab(configPage = new CConfigPage(ConfigPageLinks()), "IP ");
-  tabs->addTab(networkPage = new CNetworkPage, "Network");
+  networkSession_ = std::make_unique<NetworkSession>(platform_, *this);
+  tabs->addTab(networkPage = new CNetworkPage(*networkSession_), "Network");
   tabs->addTab(consolePage = new CConsolePage({platform_, *serialLine_, *this, *this, *this}),
                "Console");
   tabs->addTab(upgraderPage = new CUpgraderPage, "Upgrader");
@@ -387,6 +388,7 @@ void CMainDlg::OnDestroy() {
   if (consolePage) consolePage->FlushOutput();
   if (managementSocket.IsOpen()) platform_.clock.WaitOnUiThread(100);
   managementSocket.Close();
+  if (networkSession_) networkSession_->Close();
 }
 
 // The command list.

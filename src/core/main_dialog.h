@@ -36,6 +36,7 @@ class CommandListPanel;
 struct ConfigLinks;
 class FileSender;
 class ModuleShortcuts;
+class NetworkSession;
 class SerialLine;
 
 class CMainDlg : public QDialog,
@@ -119,6 +120,7 @@ class CMainDlg : public QDialog,
   CCellColorList& commandList() { return *commandList_; }
   SerialLine& serialLine() { return *serialLine_; }
   FileSender& fileSender() { return *fileSender_; }
+  NetworkSession& networkSession() { return *networkSession_; }
   CNotifySocket managementSocket;
 
   CConfigPage* configPage = nullptr;
@@ -160,6 +162,7 @@ class CMainDlg : public QDialog,
   // refer to.
   std::unique_ptr<SerialLine> serialLine_;
   std::unique_ptr<FileSender> fileSender_;
+  std::unique_ptr<NetworkSession> networkSession_;
   bool endedDuringStartUp_ = false;
   bool destroyed_ = false;
 };

@@ -3,9 +3,12 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QMetaObject>
+#include <cerrno>
+#include <utility>
 
 #include "core/socket_errors.h"
 #include "platform/prompter.h"
+#include "platform/tcp_socket.h"
 #include "platform/udp_socket.h"
 
 namespace torvek {
@@ -28,7 +31,10 @@ CNotifySocket::CNotifySocket(Prompter& prompter, QObject* parent)
   connect(&holdBackTimer_, &QTimer::timeout, this, &CNotifySocket::Drain);
 }
 
-CNotifySocket::~CNotifySocket() { Close(); }
+CNotifySocket::~CNotifySocket() {
+  delete std::exchange(tcp_, nullptr);
+  Close();
+}
 
 bool CNotifySocket::CreateDatagram(std::uint16_t port) {
   Close();
@@ -44,10 +50,41 @@ bool CNotifySocket::CreateDatagram(std::uint16_t port) {
   return true;
 }
 
-bool CNotifySocket::IsOpen() const { return udp_ && udp_->IsOpen(); }
+bool CNotifySocket::CreateStream() {
+  Close();
+  auto* tcp = new TcpSocket;
+  tcp->setParent(this);
+  const int error = tcp->Create();
+  if (error != 0) {
+    delete tcp;
+    lastError = SocketErrorFromErrno(error);
+    return false;
+  }
+  tcp->onConnected = [this](int code) { OnConnect(SocketErrorFromErrno(code)); };
+  tcp->onReadable = [this] { OnStreamReadable(); };
+  tcp_ = tcp;
+  return true;
+}
+
+void CNotifySocket::Connect(const std::string& address, std::uint16_t port) {
+  if (tcp_) tcp_->Connect(address, port);
+}
+
+long CNotifySocket::Send(const std::uint8_t* data, std::size_t length) {
+  if (!tcp_) {
+    lastError = kErrNotSocket;
+    return -1;
+  }
+  int error = 0;
+  const long sent = tcp_->Send(data, length, &error);
+  if (sent < 0) lastError = SocketErrorFromErrno(error);
+  return sent;
+}
+
+bool CNotifySocket::IsOpen() const { return (udp_ && udp_->IsOpen()) || tcp_ != nullptr; }
 
 bool CNotifySocket::SetBroadcast(bool on) {
-  if (!IsOpen()) {
+  if (!udp_) {
     lastError = kErrNotSocket;
     return false;
   }
@@ -55,11 +92,17 @@ bool CNotifySocket::SetBroadcast(bool on) {
 }
 
 bool CNotifySocket::SetBuffers(int sendBytes, int receiveBytes) {
-  if (!IsOpen() || udp_->SetSendBuffer(sendBytes) != 0) {
+  const auto setSend = [&] {
+    return tcp_ ? tcp_->SetSendBuffer(sendBytes) : udp_->SetSendBuffer(sendBytes);
+  };
+  const auto setReceive = [&] {
+    return tcp_ ? tcp_->SetReceiveBuffer(receiveBytes) : udp_->SetReceiveBuffer(receiveBytes);
+  };
+  if (!IsOpen() || setSend() != 0) {
     prompter_.Message(QString::asprintf("SetSockOpt Error TX(%d) ", sendBytes));
     return false;
   }
-  if (udp_->SetReceiveBuffer(receiveBytes) != 0) {
+  if (setReceive() != 0) {
     prompter_.Message(QString::asprintf("SetSockOpt Error Rx(%d) ", receiveBytes));
     return false;
   }
@@ -92,6 +135,10 @@ void CNotifySocket::Close() {
   }
   // The reader thread is joined outside the lock: a send waits for nothing.
   if (closing) closing->Close();
+  if (tcp_) {
+    tcp_->Close();
+    std::exchange(tcp_, nullptr)->deleteLater();
+  }
   pending_.clear();
   handled_.clear();
 }
@@ -144,6 +191,54 @@ void CNotifySocket::OnReceive(const ReceivedDatagram& datagram) {
   if (!notifyWindow) return;
   PrivateMessage message(notifyMessage, kData, receivedLength);
   QCoreApplication::sendEvent(notifyWindow, &message);
+}
+
+void CNotifySocket::OnConnect(int error) {
+  if (error != 0) {
+    ReportError(error);
+    return;
+  }
+  prompter_.Message("Connection is established");
+  // Reading starts once the owner can hear of the connection.
+  if (tcp_) tcp_->SetReading(true);
+  if (notifyWindow)
+    QCoreApplication::postEvent(notifyWindow, new PrivateMessage(notifyMessage, kConnected, 0));
+}
+
+void CNotifySocket::OnClose(int error) {
+  if (error == 0) prompter_.Message("disconnected");
+  // errorText stays as an earlier error left it.
+  if (notifyWindow)
+    QCoreApplication::postEvent(notifyWindow, new PrivateMessage(notifyMessage, kFailed, 0));
+}
+
+void CNotifySocket::OnStreamReadable() {
+  // A stream is taken in chunks of the buffer's size, each handed over by
+  // its length; after a slice the event loop gets its turn.
+  QElapsedTimer slice;
+  slice.start();
+  while (tcp_ && slice.elapsed() < kSliceMs) {
+    std::array<std::uint8_t, kReceiveSize> chunk;
+    int error = 0;
+    const long n = tcp_->Receive(chunk.data(), chunk.size(), &error);
+    if (n < 0 && (error == EAGAIN || error == EWOULDBLOCK || error == EINTR)) return;
+    if (n <= 0) {
+      // The socket says nothing more; its owner closes it.
+      tcp_->SetReading(false);
+      receivedLength = 0;
+      if (n == 0)
+        OnClose(0);
+      else
+        ReportError(SocketErrorFromErrno(error));
+      return;
+    }
+    receiveBuffer.fill(0);
+    std::copy_n(chunk.begin(), n, receiveBuffer.begin());
+    receivedLength = static_cast<std::uint16_t>(n);
+    if (!notifyWindow) continue;
+    PrivateMessage message(notifyMessage, kData, receivedLength);
+    QCoreApplication::sendEvent(notifyWindow, &message);
+  }
 }
 
 }  // namespace torvek

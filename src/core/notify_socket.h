@@ -19,6 +19,7 @@
 namespace torvek {
 
 class Prompter;
+class TcpSocket;
 class UdpSocket;
 struct ReceivedDatagram;
 
@@ -52,6 +53,12 @@ class CNotifySocket : public QObject {
   // A datagram socket bound to `port` on any local address. False on failure,
   // with lastError holding the code.
   bool CreateDatagram(std::uint16_t port);
+  // A stream socket on any local port. False on failure, with lastError set.
+  bool CreateStream();
+  // Starts a connect and returns at once; OnConnect brings the outcome.
+  void Connect(const std::string& address, std::uint16_t port);
+  // On the stream: the bytes sent or -1, with lastError set.
+  long Send(const std::uint8_t* data, std::size_t length);
   bool IsOpen() const;
   int lastError = 0;
 
@@ -84,12 +91,19 @@ class CNotifySocket : public QObject {
 
  private:
   void OnReceive(const struct ReceivedDatagram& datagram);
+  // The stream's events.
+  void OnConnect(int error);
+  void OnClose(int error);
+  void OnStreamReadable();
 
   Prompter& prompter_;
   // Replaced and closed on the UI thread only, under the lock; a send from
   // the file sender holds it shared, so it never meets a closing socket.
   mutable std::shared_mutex udpLock_;
   std::unique_ptr<UdpSocket> udp_;
+  // A child; deleted later when closed, since a close can come from inside
+  // one of its own events.
+  TcpSocket* tcp_ = nullptr;
   // Datagrams taken from the reader and not yet handed to the owner, oldest
   // first. A member, so that a nested drain (a modal box's event loop) goes on
   // where the outer one stopped.

@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QLabel>
+#include <QPushButton>
 #include <QRadioButton>
 #include <QTabBar>
 #include <QTabWidget>
@@ -16,6 +17,7 @@
 #include "platform/template_font.h"
 #include "scripted_prompter.h"
 #include "terminals/console_page.h"
+#include "terminals/network_page.h"
 #include "terminals/serial_setup_dialog.h"
 
 using namespace torvek;
@@ -62,13 +64,19 @@ class TemplateFitTest : public QObject, test::OfflinePlatform {
     CMainDlg main(platform);
     CConfigPage config(main.ConfigPageLinks());
     CConsolePage console({platform, main.serialLine(), main, main, main});
+    NetworkSession session(platform, main);
+    CNetworkPage network(session);
+    // The connect button's longest text, while connected, fits as well.
+    CNetworkPage connected(session);
+    connected.findChild<QPushButton*>("connectButton")->setText("Remote Dis-Connect");
     CHowManyDlg howMany;
     CCompanyIdDlg companyId;
     CSystemDataDlg systemData(prompter, main);
     CSerialSetupDlg serialSetup(SerialConfig{}, dir.path() + "/");
     QStringList clipped;
-    for (QWidget* w : std::initializer_list<QWidget*>{&main, &config, &console, &howMany,
-                                                      &companyId, &systemData, &serialSetup}) {
+    for (QWidget* w :
+         std::initializer_list<QWidget*>{&main, &config, &console, &network, &connected, &howMany,
+                                         &companyId, &systemData, &serialSetup}) {
       w->ensurePolished();
       for (const QString& text : Clipped(*w))
         clipped << w->metaObject()->className() + QString(": ") + text;

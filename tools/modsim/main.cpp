@@ -1,8 +1,10 @@
 // torvek-modsim: a LAN of virtual modules for the lab's module side.
 #include <csignal>
 #include <cstdio>
+#include <memory>
 #include <string>
 
+#include "data_ports.h"
 #include "sim_options.h"
 #include "sim_server.h"
 
@@ -45,7 +47,22 @@ int main(int argc, char** argv) {
   sigaction(SIGINT, &action, nullptr);
   sigaction(SIGTERM, &action, nullptr);
 
-  modsim::SimServer server(options, modsim::MakeModules(options));
+  const auto modules = modsim::MakeModules(options);
+  // The data ports are bound before the ready file says so.
+  std::unique_ptr<modsim::DataPorts> dataPorts;
+  if (!options.dataMode.empty()) {
+    modsim::DataPortMode mode;
+    if (!modsim::ParseDataMode(options.dataMode, mode, error)) {
+      std::fprintf(stderr, "torvek-modsim: %s\n", error.c_str());
+      return 2;
+    }
+    dataPorts = std::make_unique<modsim::DataPorts>(mode, modules, options.dataLogPath);
+    if (!dataPorts->Start(error)) {
+      std::fprintf(stderr, "torvek-modsim: %s\n", error.c_str());
+      return 1;
+    }
+  }
+  modsim::SimServer server(options, modules);
   if (!server.Open(error)) {
     std::fprintf(stderr, "torvek-modsim: %s\n", error.c_str());
     return 1;

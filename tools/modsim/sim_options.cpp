@@ -161,6 +161,11 @@ const char* UsageText() {
          "  --log-destination        end each log line with ' <address it was sent to>'\n"
          "  --ready FILE             create FILE (holding the pid) once the socket is bound\n"
          "  --exit-after-searches N  exit after answering N searches\n"
+         "  --data MODE              serve TCP 5000, 5001 and UDP 5050, 5051 on every module's\n"
+         "                           address: echo, text=TEXT (\\r \\n \\0 escapes), close or\n"
+         "                           reset at the first data, refuse, stream=BYTES of lines\n"
+         "                           or stream-raw=BYTES with no line break\n"
+         "  --data-log FILE          append '<tcp|udp> <ip>:<port> <hex>' per data arrival\n"
          "  --lifetime S             exit after S seconds, 1..86400 (600)\n"
          "  --quiet                  no summary line per search\n";
 }
@@ -253,6 +258,8 @@ bool ParseOptions(int argc, char** argv, SimOptions& o, std::string& error) {
        }},
       {"--exit-after-searches", number(1, 1'000'000, o.exitAfterSearches)},
       {"--lifetime", number(1, 86400, o.lifetimeSeconds)},
+      {"--data", [&o](const std::string& text) { return !(o.dataMode = text).empty(); }},
+      {"--data-log", [&o](const std::string& text) { return !(o.dataLogPath = text).empty(); }},
   };
   const std::map<std::string, bool*> flags = {
       {"--wan", &o.wan},     {"--dup-mac", &o.dupMac}, {"--log-destination", &o.logDestination},

@@ -43,6 +43,8 @@ struct SimOptions {
   std::string readyPath;
   int exitAfterSearches = 0;  // 0: never
   int lifetimeSeconds = 600;
+  std::string dataMode;  // empty: the data ports stay closed
+  std::string dataLogPath;
   bool quiet = false;
   bool help = false;
 };

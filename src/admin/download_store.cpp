@@ -45,6 +45,15 @@ DataAnswer ReadDataAnswer(const std::uint8_t* frame, std::size_t length) {
   return answer;
 }
 
+StoreStep TakeDataAnswer(DownloadState& state, const std::uint8_t* frame, std::size_t length) {
+  StoreStep step;
+  if (!state.Active()) return step;
+  step.active = true;
+  step.answer = ReadDataAnswer(frame, length);
+  step.write = state.Take(step.answer.seq);
+  return step;
+}
+
 std::uint32_t NextCellColor(std::uint32_t current, int result) {
   if (result == kResultDone) return kCellWhite;
   return current == kCellBlinkOn ? kCellBlinkOff : kCellBlinkOn;

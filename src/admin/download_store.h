@@ -69,6 +69,15 @@ class DownloadState {
   std::int32_t lastSeq_ = -1;
 };
 
+// What one datagram does to a download: nothing unless one runs; a repeat of
+// the seq before is not written again.
+struct StoreStep {
+  bool active = false;
+  bool write = false;
+  DataAnswer answer;
+};
+StoreStep TakeDataAnswer(DownloadState& state, const std::uint8_t* frame, std::size_t length);
+
 // The first cell's background after an answer: white at the end, else the
 // other of the two blink colours.
 std::uint32_t NextCellColor(std::uint32_t current, int result);

@@ -23,9 +23,11 @@ void FileDownload::Begin(const QString& path) {
 }
 
 int FileDownload::StoreDownloadFrame(const QString& path, const char* mode) {
-  if (!state_.Active()) return 0;
-  const DataAnswer answer = ReadDataAnswer(socket_.receiveBuffer.data(), socket_.receivedLength);
-  if (!state_.Take(answer.seq)) return answer.result;
+  const StoreStep step =
+      TakeDataAnswer(state_, socket_.receiveBuffer.data(), socket_.receivedLength);
+  if (!step.active) return 0;
+  const DataAnswer& answer = step.answer;
+  if (!step.write) return answer.result;
   // A file that does not open loses this answer's data, nothing more.
   if (std::FILE* file = std::fopen(QFile::encodeName(path).constData(), mode)) {
     if (answer.dataLength > 0) std::fwrite(answer.data, 1, answer.dataLength, file);

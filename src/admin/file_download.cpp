@@ -15,6 +15,13 @@ FileDownload::FileDownload(Platform& platform, FileJobFlags& fileJob, CCellColor
                            const CNotifySocket& socket, QObject* parent)
     : QObject(parent), platform_(platform), fileJob_(fileJob), modules_(modules), socket_(socket) {}
 
+void FileDownload::PutHandlers(std::function<void()>& config, std::function<void()>& logo,
+                               std::function<void()>& log) {
+  config = [this] { OnConfigAnswer(); };
+  logo = [this] { OnLogoAnswer(); };
+  log = [this] { OnLogAnswer(); };
+}
+
 void FileDownload::Begin(const QString& path) {
   fileJob_.downloadPath = path;
   // Everything is appended: a second Get into the same file starts afresh.

@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QString>
 #include <cstdint>
+#include <functional>
 
 #include "admin/download_store.h"
 
@@ -22,6 +23,10 @@ class FileDownload : public QObject {
   // The answer at hand is the socket's last received datagram.
   FileDownload(Platform& platform, FileJobFlags& fileJob, CCellColorList& modules,
                const CNotifySocket& socket, QObject* parent = nullptr);
+
+  // Puts the handlers of the three answers where the dispatch finds them.
+  void PutHandlers(std::function<void()>& config, std::function<void()>& logo,
+                   std::function<void()>& log);
 
   // Empties the file at path and takes the answers from now on.
   void Begin(const QString& path);

@@ -158,9 +158,7 @@ void CMainDlg::InsertListColumns() {
 void CMainDlg::CreatePages() {
   QTabWidget* tabs = ui_->tabControl;
   const QSignalBlocker quiet(tabs);
-  OnConfigAnswer = [this] { fileDownload_->OnConfigAnswer(); };
-  OnLogoAnswer = [this] { fileDownload_->OnLogoAnswer(); };
-  OnLogAnswer = [this] { fileDownload_->OnLogAnswer(); };
+  fileDownload_->PutHandlers(OnConfigAnswer, OnLogoAnswer, OnLogAnswer);
   tabs->addTab(configPage = new CConfigPage(ConfigPageLinks()), "IP ");
   tabs->addTab(networkPage = new CNetworkPage, "Network");
   tabs->addTab(consolePage = new CConsolePage({platform_, *serialLine_, *this, *this, *this}),

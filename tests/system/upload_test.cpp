@@ -234,6 +234,62 @@ class UploadTest : public QObject {
     if (::geteuid() != 0) QCOMPARE(sim.FramesOf(56).size(), sent);
     QCOMPARE(p.unexpected, 0);
   }
+
+  void companyIdAndTheChecksOfSetConfiguration() {
+    ModSim sim({});
+    QVERIFY(sim.Start());
+    LabWindow w;
+    CMainDlg& d = w.dialog;
+    ScriptedPrompter& p = w.prompter;
+    QVERIFY(d.OnInitDialog());
+    QTRY_COMPARE(d.ModuleList().RowCount(), 1);
+    int operation = 3, howMany = -1;
+    p.onDialog = [&](QDialog& dialog) {
+      if (dialog.windowTitle() == "Config Operation") {
+        dialog.findChild<QComboBox*>()->setCurrentIndex(9);
+      } else {
+        dialog.findChild<QComboBox*>("operationType")->setCurrentIndex(operation);
+        if (howMany >= 0) dialog.findChild<QComboBox*>("howManyModules")->setCurrentIndex(howMany);
+      }
+      dialog.accept();
+      return dialog.result();
+    };
+
+    // No row selected: the dialog offers all modules, and with them neither
+    // the selection nor the version is tested. No row was ever selected, so
+    // the short command's stamp has no model to name.
+    d.selectedFirmwareMajor = 2;
+    p.answers.enqueue(true);
+    p.Expect({"Invalid Type String G : default"});
+    d.configPage->OnSetConfiguration();
+    QCOMPARE(p.questions, QStringList{"Are you sure to change company ID?"});
+    QTRY_COMPARE(sim.FramesOf(63).size(), 1);
+    QCOMPARE(Field(sim.FramesOf(63)[0], 17, 27), QString("ffffffffffff09000000"));
+
+    // The selected module with old firmware is refused before the file dialog.
+    d.SelectRow(0);
+    d.selectedFirmwareMajor = 2;
+    operation = 0;
+    howMany = 0;
+    p.Expect({" This function supports module firmware version 3.0 above"});
+    d.configPage->OnSetConfiguration();
+    d.selectedFirmwareMajor = 3;
+
+    // A cancelled file dialog ends it silently, and no job starts.
+    p.fileNames.enqueue(QString());
+    d.configPage->OnSetConfiguration();
+    QVERIFY(!d.fileJobRunning);
+    // A file that fails its check keeps its path on the page.
+    const QString bad = Write(w.dir, "bad.bin", Pattern(100));
+    operation = 1;
+    p.fileNames.enqueue(bad);
+    p.Expect({"Error: config file is not 64K(65536) size"});
+    d.configPage->OnSetConfiguration();
+    QVERIFY(!d.fileJobRunning);
+    QCOMPARE(d.uploadPath, bad);
+    QVERIFY(p.Pending().isEmpty());
+    QCOMPARE(p.unexpected, 0);
+  }
 };
 
 TORVEK_LAB_MAIN(UploadTest)

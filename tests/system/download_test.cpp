@@ -131,8 +131,11 @@ class DownloadTest : public QObject {
     Bench b({"--data-mix", "repeat,14=02030011,16,20,swap", "--config-size", "65536"});
     QVERIFY(b.Start());
     QStringList texts;
-    connect(&b.w.dialog.fileDownload(), &FileDownload::ModuleStatus, this,
-            [&] { texts << b.Status(); });
+    QList<std::uint32_t> colors;
+    connect(&b.w.dialog.fileDownload(), &FileDownload::ModuleStatus, this, [&] {
+      texts << b.Status();
+      colors << b.w.dialog.ModuleList().GetCellBackground(0, 0);
+    });
     const QString path = b.w.dir.filePath("mixed.bin");
     b.Get(0, path, kDone);
     QVERIFY(b.Ended());
@@ -142,6 +145,10 @@ class DownloadTest : public QObject {
                           "working seq#=1"}));
     QCOMPARE(texts.size(), 66 + 3 + 1);
     QCOMPARE(texts.last(), QString("Job is well done..."));
+    // The sender's name cell blinks block by block and turns white at the end.
+    for (int i = 0; i + 1 < colors.size(); ++i)
+      QCOMPARE(colors[i], i % 2 == 0 ? kCellBlinkOn : kCellBlinkOff);
+    QCOMPARE(colors.last(), kCellWhite);
 
     // The file takes the order of arrival; the repeat right behind its block
     // is not in it.

@@ -3,7 +3,10 @@
 #include <QFile>
 #include <vector>
 
-#include "admin/image_check.h"
+#include "admin/download_store.h"
+#include "admin/file_download.h"
+#include "admin/file_job.h"
+#include "admin/file_upload.h"
 #include "admin/module_command.h"
 #include "admin/operation_dialogs.h"
 #include "admin/pc_network_texts.h"
@@ -19,6 +22,15 @@ namespace {
 
 constexpr int kMinimumFirmwareMajor = 3;
 constexpr auto kVersionGateText = " This function supports module firmware version 3.0 above";
+constexpr int kProgressPeriodMs = 100;
+
+// "Name(*.x)|*.x||" as the file dialogs of the desktop take it.
+QString DialogFilter(const char* filter) {
+  const QStringList parts = QString(filter).split('|', Qt::SkipEmptyParts);
+  QStringList out;
+  for (int i = 0; i + 1 < parts.size(); i += 2) out << parts[i] + " (" + parts[i + 1] + ")";
+  return out.join(";;");
+}
 
 }  // namespace
 
@@ -30,6 +42,15 @@ CConfigPage::CConfigPage(const ConfigLinks& links, QWidget* parent)
   connect(ui_->refreshButton, &QPushButton::clicked, this, &CConfigPage::OnRefresh);
   connect(ui_->moduleRebootButton, &QPushButton::clicked, this, &CConfigPage::OnModuleReboot);
   connect(ui_->factoryDefaultButton, &QPushButton::clicked, this, &CConfigPage::OnFactoryDefault);
+  connect(ui_->setConfigurationButton, &QPushButton::clicked, this,
+          &CConfigPage::OnSetConfiguration);
+  connect(ui_->getConfigurationButton, &QPushButton::clicked, this,
+          &CConfigPage::OnGetConfiguration);
+  connect(&links_.upload, &FileUpload::StatusText, this, &CConfigPage::SetOperationStatus);
+  connect(&links_.download, &FileDownload::StatusText, this, &CConfigPage::SetOperationStatus);
+  connect(&links_.download, &FileDownload::ModuleStatus, this, &CConfigPage::ShowModuleStatus);
+  progressTimer_.setInterval(kProgressPeriodMs);
+  connect(&progressTimer_, &QTimer::timeout, this, &CConfigPage::ShowProgress);
 }
 
 CConfigPage::~CConfigPage() = default;
@@ -101,11 +122,96 @@ void CConfigPage::SetOperationStatus(const QString& text) { ui_->operationStatus
 QString CConfigPage::OperationStatus() const { return ui_->operationStatus->text(); }
 
 bool CConfigPage::CheckImageFile(int model, int operation, QString path) {
-  const std::vector<std::string> refusal =
-      CheckImagePath(model, operation, QFile::encodeName(path).toStdString());
-  for (const std::string& text : refusal)
-    links_.platform.prompter.Message(QString::fromStdString(text));
-  return refusal.empty();
+  return links_.upload.CheckImageFile(model, operation, std::move(path));
+}
+
+void CConfigPage::OnSetConfiguration() {
+  if (ConfigPageBusy()) return;
+  Prompter& prompter = links_.platform.prompter;
+  const Selection& selection = links_.selection;
+  CSystemDataDlg data(prompter, selection, this);
+  if (prompter.RunDialog(data) != QDialog::Accepted) return;
+  if (data.howManyModules == 0) {
+    if (selection.selectedRow == -1) {
+      prompter.Message(kModuleNotSelectedText);
+      return;
+    }
+    if (selection.selectedFirmwareMajor < kMinimumFirmwareMajor) {
+      prompter.Message(kVersionGateText);
+      return;
+    }
+  }
+  if (data.operationType == CSystemDataDlg::kCompanyId) {
+    SendCompanyId(data.howManyModules != 0);
+    return;
+  }
+  const std::optional<UploadKind> kind = UploadKindOf(data.operationType);
+  if (!kind) {
+    prompter.Message(" Type Selection Error");
+    return;
+  }
+  const QString path = prompter.OpenFileName("Open", DialogFilter(kind->filter), kind->defaultName);
+  if (path.isEmpty()) return;
+  links_.fileJob.uploadPath = path;
+  ui_->operationFile->setText(path);
+  StartFileJob(kind->command, selection.selectedModuleMac, path, data.howManyModules,
+               *data.JobModel(), data.operationType, data.communicationProtocol);
+}
+
+void CConfigPage::StartFileJob(std::uint8_t command, const MacAddress& moduleMac, QString path,
+                               int all, int model, int operation, int protocol) {
+  if (!links_.upload.StartFileJob(command, moduleMac, std::move(path), all, model, operation,
+                                  protocol))
+    return;
+  ui_->progress->setValue(0);
+  progressTimer_.start();
+}
+
+void CConfigPage::ShowProgress() {
+  ui_->progress->setMaximum(std::max(1, links_.upload.BlockTotal()));
+  ui_->progress->setValue(links_.upload.BlocksSent());
+  if (!links_.fileJob.fileJobRunning) progressTimer_.stop();
+}
+
+int CConfigPage::ProgressValue() const { return ui_->progress->value(); }
+int CConfigPage::ProgressMaximum() const { return ui_->progress->maximum(); }
+
+void CConfigPage::OnGetConfiguration() {
+  SetOperationStatus(QString());
+  Prompter& prompter = links_.platform.prompter;
+  const Selection& selection = links_.selection;
+  if (selection.selectedRow == -1) {
+    prompter.Message(kModuleNotSelectedText);
+    return;
+  }
+  if (selection.selectedFirmwareMajor < kMinimumFirmwareMajor) {
+    prompter.Message(kVersionGateText);
+    return;
+  }
+  const std::optional<std::string> configName =
+      ConfigFileName(ModelCodeOf(selection.selectedModuleType.toStdString()));
+  if (!configName) {
+    prompter.Message(" Not supported module type");
+    return;
+  }
+  CGetOperationDlg operation(this);
+  if (prompter.RunDialog(operation) != QDialog::Accepted) return;
+  const std::optional<DownloadKind> kind = DownloadKindOf(operation.choice);
+  if (!kind) {
+    prompter.Message(" Type Selection Error");
+    return;
+  }
+  const QString path =
+      prompter.SaveFileName("Save As", kind->defaultName ? kind->defaultName : configName->c_str(),
+                            DialogFilter(kind->filter));
+  if (path.isEmpty()) return;
+  ui_->operationFile->setText(path);
+  links_.download.Begin(path);
+  SendModuleCommand(kind->request, false, kNoParameter);
+}
+
+void CConfigPage::ShowModuleStatus(std::uint8_t result, std::uint32_t status, std::uint16_t seq) {
+  SetOperationStatus(QString::fromStdString(ModuleStatusText(result, status, seq)));
 }
 
 bool CConfigPage::ConfigPageBusy() {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QStringList>
+#include <QTimer>
 #include <QWidget>
 #include <cstdint>
 #include <memory>
@@ -18,6 +19,8 @@ class ConfigPage;
 namespace torvek {
 
 class CCellColorList;
+class FileDownload;
+class FileUpload;
 struct Platform;
 
 // Everything the page uses of the rest of the program.
@@ -30,6 +33,8 @@ struct ConfigLinks {
   FileJobFlags& fileJob;
   const CCellColorList& modules;
   FrameSender& sender;
+  FileUpload& upload;
+  FileDownload& download;
 };
 
 class CConfigPage : public QWidget {
@@ -50,6 +55,19 @@ class CConfigPage : public QWidget {
   // false the operator has been told.
   bool CheckImageFile(int model, int operation, QString path);
 
+  // Set Configuration: a file into one module or many, or the company ID.
+  void OnSetConfiguration();
+  void StartFileJob(std::uint8_t command, const MacAddress& moduleMac, QString path, int all,
+                    int model, int operation, int protocol);
+  // Get Configuration: the configuration, system log or logo of the selected
+  // module into a file.
+  void OnGetConfiguration();
+  // The status of a module's answer, flash progress included.
+  void ShowModuleStatus(std::uint8_t result, std::uint32_t status, std::uint16_t seq);
+  // Blocks sent of all blocks, while an upload runs and after it.
+  int ProgressValue() const;
+  int ProgressMaximum() const;
+
   // The guard of the operations that must not run beside an upload or on an
   // empty list; true when the operator has been told why not.
   bool ConfigPageBusy();
@@ -65,8 +83,12 @@ class CConfigPage : public QWidget {
   // Reboot and factory default share their steps but for these texts.
   void SendShortCommand(std::uint8_t command, const QString& question, const QString& sentText);
 
+  // Follows the sender's count while a job runs; the sender never waits for it.
+  void ShowProgress();
+
   ConfigLinks links_;
   std::unique_ptr<Ui::ConfigPage> ui_;
+  QTimer progressTimer_;
 };
 
 }  // namespace torvek

@@ -1,8 +1,10 @@
 #include "admin/file_sender.h"
 
 #include <QTimer>
+#include <algorithm>
 #include <chrono>
 
+#include "admin/file_job.h"
 #include "core/notify_socket.h"
 #include "core/process_values.h"
 
@@ -47,7 +49,7 @@ bool FileSender::SendFileFrame(const std::uint8_t* frame, std::size_t length) {
   return true;
 }
 
-bool FileSender::StartJob(std::vector<std::vector<std::uint8_t>> blocks, int gapMs) {
+bool FileSender::StartJob(FileJob job) {
   if (flags_.fileJobRunning) return false;
   if (thread_.joinable()) thread_.join();  // the last job's thread, already at its end
   {
@@ -55,20 +57,25 @@ bool FileSender::StartJob(std::vector<std::vector<std::uint8_t>> blocks, int gap
     stop_ = false;
   }
   blocksSent_ = 0;
+  blockTotal_ = static_cast<int>(BlockCount(job.content.size()));
+  PublishTargets();
   flags_.fileJobRunning = true;
-  thread_ = std::thread(
-      [this, blocks = std::move(blocks), gapMs]() mutable { Run(std::move(blocks), gapMs); });
+  thread_ = std::thread([this, job = std::move(job)]() mutable { SendFileFrames(std::move(job)); });
   return true;
 }
 
-void FileSender::Run(std::vector<std::vector<std::uint8_t>> blocks, int gapMs) {
-  for (const std::vector<std::uint8_t>& block : blocks) {
-    {
-      std::unique_lock lock(mutex_);
-      if (wake_.wait_for(lock, std::chrono::milliseconds(gapMs), [this] { return stop_; })) break;
-    }
-    SendFileFrame(block.data(), block.size());
+void FileSender::SendFileFrames(FileJob job) {
+  using Clock = std::chrono::steady_clock;
+  const auto gap = std::chrono::milliseconds(job.gapMs);
+  auto due = Clock::now();
+  for (std::uint32_t index = 0;; ++index) {
+    if (PutJobBlock(job.frame, index, job.content) == 0) break;
+    SendFileFrame(job.frame.data(), job.frame.size());
     ++blocksSent_;
+    // A block that went late shortens the next pause, never below none.
+    due = std::max(due + gap, Clock::now());
+    std::unique_lock lock(mutex_);
+    if (wake_.wait_until(lock, due, [this] { return stop_; })) break;
   }
   flags_.fileJobRunning = false;
 }

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "core/file_targets.h"
+#include "core/management_frame.h"
 
 namespace torvek {
 
@@ -22,6 +23,14 @@ class CellTable;
 class CNotifySocket;
 struct FileJobFlags;
 struct Selection;
+
+// What the sender needs of a job: the frame with its fixed fields, the whole
+// file as it was read when the job started, and the pause after each block.
+struct FileJob {
+  FrameBuffer frame{};
+  std::vector<std::uint8_t> content;
+  int gapMs = 20;
+};
 
 class FileSender : public QObject {
   Q_OBJECT
@@ -43,20 +52,25 @@ class FileSender : public QObject {
   // stamped here. False when a send failed; StatusText then tells it.
   bool SendFileFrame(const std::uint8_t* frame, std::size_t length);
 
-  // UI thread: sends the blocks in order, `gapMs` apart, with fileJobRunning
-  // set until the last has gone. False while a job runs.
-  bool StartJob(std::vector<std::vector<std::uint8_t>> blocks, int gapMs);
+  // UI thread: publishes the targets and sends the job's blocks in order on
+  // the sender's thread, with fileJobRunning set until the pause after the
+  // last. False while a job runs.
+  bool StartJob(FileJob job);
   // UI thread: ends a running job at once and waits for its thread.
   void Stop();
-  // Blocks handed to the socket in the job of now or the last one.
+  // Blocks handed to the socket in the job of now or the last one, and all
+  // the blocks of that job.
   int BlocksSent() const { return blocksSent_.load(); }
+  int BlockTotal() const { return blockTotal_.load(); }
 
  signals:
   // Emitted on the sender's thread; connect it to the UI thread.
   void StatusText(const QString& text);
 
  private:
-  void Run(std::vector<std::vector<std::uint8_t>> blocks, int gapMs);
+  // The sender's thread: one block per chunk, paced by a schedule rather than
+  // a plain sleep, so that the time of the sends does not add to the job.
+  void SendFileFrames(FileJob job);
 
   CNotifySocket& socket_;
   FileJobFlags& flags_;
@@ -69,6 +83,7 @@ class FileSender : public QObject {
   std::condition_variable wake_;
   bool stop_ = false;  // under mutex_
   std::atomic<int> blocksSent_{0};
+  std::atomic<int> blockTotal_{0};
 };
 
 }  // namespace torvek

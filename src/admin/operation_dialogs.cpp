@@ -5,6 +5,7 @@
 #include "core/process_values.h"
 #include "platform/prompter.h"
 #include "ui_company_id_dialog.h"
+#include "ui_get_operation_dialog.h"
 #include "ui_how_many_dialog.h"
 #include "ui_system_data_dialog.h"
 
@@ -40,6 +41,19 @@ CCompanyIdDlg::~CCompanyIdDlg() = default;
 
 void CCompanyIdDlg::accept() {
   choice = ui_->companyId->currentIndex();
+  QDialog::accept();
+}
+
+CGetOperationDlg::CGetOperationDlg(QWidget* parent)
+    : QDialog(parent), ui_(std::make_unique<Ui::GetOperationDialog>()) {
+  ui_->setupUi(this);
+  ui_->operationType->setCurrentIndex(0);
+}
+
+CGetOperationDlg::~CGetOperationDlg() = default;
+
+void CGetOperationDlg::accept() {
+  choice = ui_->operationType->currentIndex();
   QDialog::accept();
 }
 

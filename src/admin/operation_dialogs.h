@@ -10,6 +10,7 @@
 namespace Ui {
 class HowManyDialog;
 class CompanyIdDialog;
+class GetOperationDialog;
 class SystemDataDialog;
 }  // namespace Ui
 
@@ -46,6 +47,22 @@ class CCompanyIdDlg : public QDialog {
 
  private:
   std::unique_ptr<Ui::CompanyIdDialog> ui_;
+};
+
+// What a Get fetches: "System Configuration" (0), "System Log " (1) or
+// "Company Logo File" (2).
+class CGetOperationDlg : public QDialog {
+  Q_OBJECT
+ public:
+  explicit CGetOperationDlg(QWidget* parent = nullptr);
+  ~CGetOperationDlg() override;
+  int choice = 0;
+
+ protected:
+  void accept() override;
+
+ private:
+  std::unique_ptr<Ui::GetOperationDialog> ui_;
 };
 
 class CSystemDataDlg : public QDialog {

@@ -7,7 +7,9 @@
 #include <QTabWidget>
 
 #include "admin/config_page.h"
+#include "admin/file_download.h"
 #include "admin/file_sender.h"
+#include "admin/file_upload.h"
 #include "controls/cell_color_list.h"
 #include "controls/compact_tab_bar.h"
 #include "controls/page_keys.h"
@@ -55,6 +57,9 @@ CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
       [this] { OnCommandListClick(); });
   serialLine_ = std::make_unique<SerialLine>(platform_, *this, *this);
   fileSender_ = std::make_unique<FileSender>(managementSocket, *this, moduleList_->table(), *this);
+  fileUpload_ = std::make_unique<FileUpload>(
+      FileUploadLinks{platform_, *this, *this, *this, *fileSender_, *moduleList_});
+  fileDownload_ = std::make_unique<FileDownload>(platform_, *this, *moduleList_, managementSocket);
   shortcuts_ = std::make_unique<ModuleShortcuts>(platform_, *this, *moduleList_,
                                                  [this] { return ShortcutAddress(); });
   setWindowFlags(Qt::Dialog | Qt::CustomizeWindowHint | Qt::WindowTitleHint |
@@ -153,6 +158,7 @@ void CMainDlg::InsertListColumns() {
 void CMainDlg::CreatePages() {
   QTabWidget* tabs = ui_->tabControl;
   const QSignalBlocker quiet(tabs);
+  fileDownload_->PutHandlers(OnConfigAnswer, OnLogoAnswer, OnLogAnswer);
   tabs->addTab(configPage = new CConfigPage(ConfigPageLinks()), "IP ");
   networkSession_ = std::make_unique<NetworkSession>(platform_, *this);
   tabs->addTab(networkPage = new CNetworkPage(*networkSession_), "Network");
@@ -172,7 +178,7 @@ void CMainDlg::CreatePages() {
 }
 
 ConfigLinks CMainDlg::ConfigPageLinks() {
-  return {platform_, *this, *this, *this, *moduleList_, *this};
+  return {platform_, *this, *this, *this, *moduleList_, *this, *fileUpload_, *fileDownload_};
 }
 
 void CMainDlg::ShowTab(int index) {
@@ -220,11 +226,11 @@ bool CMainDlg::SendFileFrame(const std::uint8_t* frame, std::size_t length) {
 
 void CMainDlg::PublishFileTargets() { fileSender_->PublishTargets(); }
 
-void CMainDlg::PingAllModules() {
-  for (int row = 0; row < moduleList_->RowCount(); ++row)
-    platform_.launcher.StartHidden("ping", {"-c", "2", AddressOfRow(row)});
-  platform_.clock.WaitOnUiThread(2000);
+int CMainDlg::StoreDownloadFrame(const QString& path, const char* mode) {
+  return fileDownload_->StoreDownloadFrame(path, mode);
 }
+
+void CMainDlg::PingAllModules() { fileUpload_->PingAllModules(); }
 
 void CMainDlg::ReadUseLanIp() {
   useLanIp = ui_->useLanIpCheck->isChecked() ? 1 : 0;

@@ -34,7 +34,9 @@ class CRadioTestPage;
 class CJigPage;
 class CommandListPanel;
 struct ConfigLinks;
+class FileDownload;
 class FileSender;
+class FileUpload;
 class ModuleShortcuts;
 class NetworkSession;
 class SerialLine;
@@ -75,6 +77,8 @@ class CMainDlg : public QDialog,
   // Pings every row (hidden, not waited for), then holds the UI thread 2 s so
   // that the modules' ARP entries are fresh before the first block.
   void PingAllModules();
+  // Appends the data answer at hand to the download's file; its result.
+  int StoreDownloadFrame(const QString& path, const char* mode);
   void OnUseLanIp();
 
   // Discovery and the selection.
@@ -121,6 +125,8 @@ class CMainDlg : public QDialog,
   SerialLine& serialLine() { return *serialLine_; }
   FileSender& fileSender() { return *fileSender_; }
   NetworkSession& networkSession() { return *networkSession_; }
+  FileUpload& fileUpload() { return *fileUpload_; }
+  FileDownload& fileDownload() { return *fileDownload_; }
   CNotifySocket managementSocket;
 
   CConfigPage* configPage = nullptr;
@@ -163,6 +169,8 @@ class CMainDlg : public QDialog,
   std::unique_ptr<SerialLine> serialLine_;
   std::unique_ptr<FileSender> fileSender_;
   std::unique_ptr<NetworkSession> networkSession_;
+  std::unique_ptr<FileUpload> fileUpload_;
+  std::unique_ptr<FileDownload> fileDownload_;
   bool endedDuringStartUp_ = false;
   bool destroyed_ = false;
 };

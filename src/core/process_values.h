@@ -49,6 +49,9 @@ struct FileJobFlags {
   // 1 sends to all rows rather than the selected module.
   std::atomic<int> fileJobAll{0};
   std::atomic<int> fileJobModel{0};
+  // The file the operator last picked for an upload, and the one being sent.
+  QString uploadPath;
+  QString jobPath;
   QString downloadPath;
 };
 

@@ -1,4 +1,4 @@
-// Closing the window in the middle of everything: a file job to 200 modules on
+// Closing the window in the middle of everything: a 300 KB upload to 200 modules on
 // the sender's thread and a serial line that never stops talking. The window
 // must be gone within a second, with every thread stopped in order.
 #include <QApplication>
@@ -8,6 +8,7 @@
 #include <memory>
 #include <thread>
 
+#include "admin/file_job.h"
 #include "admin/file_sender.h"
 #include "controls/cell_color_list.h"
 #include "core/module_record.h"
@@ -43,14 +44,13 @@ class ShutdownTest : public QObject {
         if (pty.TryWrite(line) == 0) QThread::usleep(200);
     });
 
-    // A job to every row, far longer than the test.
+    // A 300 KB job to every row, far longer than the test.
     d.fileJobAll = 1;
     d.fileJobModel = kModel740P;
-    d.PublishFileTargets();
-    FrameBuffer block{};
-    block[frame::kCommand] = frame::kCmdUploadFirmware;
-    QVERIFY(d.fileSender().StartJob(
-        std::vector<std::vector<std::uint8_t>>(5000, {block.begin(), block.end()}), 20));
+    FileJob job;
+    job.frame = MakeJobFrame(frame::kCmdUploadFirmware, kModel740P, d.pcMac, {}, true, 300'000);
+    job.content.assign(300'000, 0x5A);
+    QVERIFY(d.fileSender().StartJob(std::move(job)));
     QTRY_VERIFY(d.fileSender().BlocksSent() >= 5);
     QVERIFY(d.fileJobRunning);
     // The UI thread publishes new targets while the sender reads them.

@@ -131,43 +131,47 @@ const T& Cycle(const std::vector<T>& list, int index) {
 }  // namespace
 
 const char* UsageText() {
-  return "usage: torvek-modsim [options]\n"
-         "Virtual modules on UDP 7980 that answer searches with module records.\n"
-         "Run it inside the lab's module side: scripts/lab lan torvek-modsim ...\n"
-         "Lists are comma separated and cycled over the modules.\n"
-         "  --count N                modules, 1..30000 (1)\n"
-         "  --models LIST            730, 740, 740P or a code like 0x1234 (730)\n"
-         "  --versions LIST          1..255 (3)\n"
-         "  --modes LIST             0..255 (0)\n"
-         "  --names LIST             %d is the module number from 1; an empty item is no\n"
-         "                           name; @fill fills the record to its end (mod%d)\n"
-         "  --ssids LIST             at most 32 bytes, %d as above (ssid%d)\n"
-         "  --iptypes LIST           0..255 (0)\n"
-         "  --wan                    fill the WAN fields (172.16.x.y), for any version\n"
-         "  --dhcp LIST              0..255 (0)\n"
-         "  --firmware LIST          8 characters, \\0 is a zero byte (1.6.0003)\n"
-         "  --base-ip A.B.C.D        first module's address, module i gets base+i\n"
-         "                           (10.77.128.1)\n"
-         "  --mac-base HEX12         first module's MAC, module i gets base+i\n"
-         "                           (00-0E-E3-00-00-01)\n"
-         "  --dup-mac                module 2 reports the MAC of module 1\n"
-         "  --repeat N               answer every search N times over, 1..10000 (1)\n"
-         "  --result R               result byte of the records, 0..255 (0)\n"
-         "  --set-refusal R          refuse every Set with result R, 1..13 (0: take it)\n"
-         "  --reboot-ms MS           a rebooted module misses searches this long (3000)\n"
-         "  --truncate N             send only the first N bytes of every record\n"
-         "  --pace-us U              microseconds between records; 0 is a burst (0)\n"
-         "  --log FILE               append '<ip>:<port> <length> <hex>' per received datagram\n"
-         "  --log-destination        end each log line with ' <address it was sent to>'\n"
-         "  --ready FILE             create FILE (holding the pid) once the socket is bound\n"
-         "  --exit-after-searches N  exit after answering N searches\n"
-         "  --data MODE              serve TCP 5000, 5001 and UDP 5050, 5051 on every module's\n"
-         "                           address: echo, text=TEXT (\\r \\n \\0 escapes), close or\n"
-         "                           reset at the first data, refuse, stream=BYTES of lines\n"
-         "                           or stream-raw=BYTES with no line break\n"
-         "  --data-log FILE          append '<tcp|udp> <ip>:<port> <hex>' per data arrival\n"
-         "  --lifetime S             exit after S seconds, 1..86400 (600)\n"
-         "  --quiet                  no summary line per search\n";
+  static const std::string text =
+      std::string(
+          "usage: torvek-modsim [options]\n"
+          "Virtual modules on UDP 7980 that answer searches with module records.\n"
+          "Run it inside the lab's module side: scripts/lab lan torvek-modsim ...\n"
+          "Lists are comma separated and cycled over the modules.\n"
+          "  --count N                modules, 1..30000 (1)\n"
+          "  --models LIST            730, 740, 740P or a code like 0x1234 (730)\n"
+          "  --versions LIST          1..255 (3)\n"
+          "  --modes LIST             0..255 (0)\n"
+          "  --names LIST             %d is the module number from 1; an empty item is no\n"
+          "                           name; @fill fills the record to its end (mod%d)\n"
+          "  --ssids LIST             at most 32 bytes, %d as above (ssid%d)\n"
+          "  --iptypes LIST           0..255 (0)\n"
+          "  --wan                    fill the WAN fields (172.16.x.y), for any version\n"
+          "  --dhcp LIST              0..255 (0)\n"
+          "  --firmware LIST          8 characters, \\0 is a zero byte (1.6.0003)\n"
+          "  --base-ip A.B.C.D        first module's address, module i gets base+i\n"
+          "                           (10.77.128.1)\n"
+          "  --mac-base HEX12         first module's MAC, module i gets base+i\n"
+          "                           (00-0E-E3-00-00-01)\n"
+          "  --dup-mac                module 2 reports the MAC of module 1\n"
+          "  --repeat N               answer every search N times over, 1..10000 (1)\n"
+          "  --result R               result byte of the records, 0..255 (0)\n"
+          "  --set-refusal R          refuse every Set with result R, 1..13 (0: take it)\n"
+          "  --reboot-ms MS           a rebooted module misses searches this long (3000)\n"
+          "  --truncate N             send only the first N bytes of every record\n"
+          "  --pace-us U              microseconds between records; 0 is a burst (0)\n"
+          "  --log FILE               append '<ip>:<port> <length> <hex>' per received datagram\n"
+          "  --log-destination        end each log line with ' <address it was sent to>'\n"
+          "  --ready FILE             create FILE (holding the pid) once the socket is bound\n"
+          "  --exit-after-searches N  exit after answering N searches\n"
+          "  --data MODE              serve TCP 5000, 5001 and UDP 5050, 5051 on every module's\n"
+          "                           address: echo, text=TEXT (\\r \\n \\0 escapes), close or\n"
+          "                           reset at the first data, refuse, stream=BYTES of lines\n"
+          "                           or stream-raw=BYTES with no line break\n"
+          "  --data-log FILE          append '<tcp|udp> <ip>:<port> <hex>' per data arrival\n"
+          "  --lifetime S             exit after S seconds, 1..86400 (600)\n"
+          "  --quiet                  no summary line per search\n") +
+      FileUsageText();
+  return text.c_str();
 }
 
 bool ParseOptions(int argc, char** argv, SimOptions& o, std::string& error) {
@@ -185,7 +189,7 @@ bool ParseOptions(int argc, char** argv, SimOptions& o, std::string& error) {
         [low, &target](const std::string& text) { return ParseNumberList(text, low, 255, target); };
   };
 
-  const std::map<std::string, Parser> withValue = {
+  std::map<std::string, Parser> withValue = {
       {"--count", number(1, kMaxModules, o.count)},
       {"--models",
        [&o](const std::string& text) {
@@ -261,6 +265,7 @@ bool ParseOptions(int argc, char** argv, SimOptions& o, std::string& error) {
       {"--data", [&o](const std::string& text) { return !(o.dataMode = text).empty(); }},
       {"--data-log", [&o](const std::string& text) { return !(o.dataLogPath = text).empty(); }},
   };
+  withValue.merge(FileOptionParsers(o.files));
   const std::map<std::string, bool*> flags = {
       {"--wan", &o.wan},     {"--dup-mac", &o.dupMac}, {"--log-destination", &o.logDestination},
       {"--quiet", &o.quiet}, {"--help", &o.help},      {"-h", &o.help}};

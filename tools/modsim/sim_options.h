@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "file_transfer.h"
 #include "virtual_module.h"
 
 namespace modsim {
@@ -47,6 +48,7 @@ struct SimOptions {
   std::string dataLogPath;
   bool quiet = false;
   bool help = false;
+  FileOptions files;
 };
 
 // Fills options from argv. On a bad value returns false with a one-line reason.

@@ -90,12 +90,26 @@ void PrepareMessage(msghdr& header, sockaddr_in* to, iovec* iov, SourceControl& 
 }  // namespace
 
 SimServer::SimServer(const SimOptions& options, std::vector<VirtualModule> modules)
-    : options_(options), modules_(std::move(modules)), receiveBuffer_(65536), sendBuffers_(kBatch) {
+    : options_(options), modules_(std::move(modules)), receiveBuffer_(65536), sendBuffers_(kBatch),
+      files_(options_.files, modules_,
+             [this](const VirtualModule& module, const sockaddr_in& to, const std::uint8_t* bytes,
+                    std::size_t length) {
+               iovec iov{const_cast<std::uint8_t*>(bytes), length};
+               SourceControl control{};
+               sockaddr_in peer = to;
+               msghdr header{};
+               PrepareMessage(header, &peer, &iov, control, module.labAddress);
+               if (sendmsg(fd_, &header, 0) < 0)
+                 std::fprintf(stderr, "modsim: data answer failed: %s\n", std::strerror(errno));
+             }) {
   handlers_[kCommandSearch] = &SimServer::OnSearch;
   handlers_[kCommandSetNetwork] = &SimServer::OnSetNetwork;
   handlers_[kCommandReboot] = &SimServer::OnReboot;
   handlers_[kCommandFactoryDefault] = &SimServer::OnFactoryDefault;
   handlers_[kCommandSetCompanyId] = &SimServer::OnSetCompanyId;
+  for (int command = 0; command < 256; ++command)
+    if (FileTransfer::IsUpload(command) || FileTransfer::IsGet(command))
+      handlers_[command] = &SimServer::OnFileFrame;
 }
 
 SimServer::~SimServer() {
@@ -449,6 +463,23 @@ void SimServer::OnSetCompanyId(const Datagram& datagram) {
   for (std::size_t i = 0; i < 4; ++i)
     id |= static_cast<std::uint32_t>(datagram.At(offset::companyRow + i)) << (8 * i);
   for (VirtualModule* m : Targets(datagram)) m->companyId = id;
+}
+
+void SimServer::OnFileFrame(const Datagram& datagram) {
+  const std::uint8_t command = datagram.bytes[offset::command];
+  // A unicast block reaches the module it was sent to; anything else goes by
+  // its target MAC.
+  std::vector<const VirtualModule*> reached;
+  if (const VirtualModule* m = files_.ModuleAt(datagram.to))
+    reached.push_back(m);
+  else
+    for (VirtualModule* m : Targets(datagram)) reached.push_back(m);
+  if (FileTransfer::IsUpload(command)) {
+    files_.OnUploadBlock(reached, datagram.bytes, datagram.length, datagram.arrived);
+    return;
+  }
+  for (const VirtualModule* m : reached)
+    files_.OnGet(*m, datagram.bytes, datagram.length, datagram.from);
 }
 
 void SimServer::NoteSendError(AnswerJob& job, int error) {

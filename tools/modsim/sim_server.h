@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "file_transfer.h"
 #include "module_record.h"
 #include "sim_options.h"
 #include "virtual_module.h"
@@ -78,6 +79,8 @@ class SimServer {
   void OnReboot(const Datagram& datagram);
   void OnFactoryDefault(const Datagram& datagram);
   void OnSetCompanyId(const Datagram& datagram);
+  // File blocks and Gets: file_transfer.cpp.
+  void OnFileFrame(const Datagram& datagram);
 
   // The modules that targetMac names: one by its MAC, or all for FF six times.
   std::vector<VirtualModule*> Targets(const Datagram& datagram);
@@ -105,6 +108,7 @@ class SimServer {
   std::vector<std::uint8_t> receiveBuffer_;
   std::vector<std::array<std::uint8_t, kFrameLength>> sendBuffers_;
   std::string hexLine_;
+  FileTransfer files_;
 };
 
 }  // namespace modsim

@@ -1,0 +1,162 @@
+// A file upload through the real window to virtual modules: to the selected
+// module, and to every row of a list of 200. Reports the whole job against
+// the nominal pace of one block per 20 ms, the interval between blocks as the
+// modules saw it, the CPU time of the sender's thread and the UI thread's
+// longest gap during the job.
+// Runs in the lab: scripts/lab pc build/default/bin/upload_bench [size] [runs] [rows...]
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest/QTest>
+#include <cstdio>
+#include <vector>
+
+#include "admin/config_page.h"
+#include "admin/file_sender.h"
+#include "bench_support.h"
+#include "controls/cell_color_list.h"
+#include "system_fixture.h"
+
+using namespace torvek;
+using namespace torvek::test;
+
+namespace {
+
+struct Run {
+  double jobMs = 0;
+  double nominalMs = 0;
+  double intervalMedianMs = 0;  // the median of the modules' medians
+  double intervalP99Ms = 0;     // the worst module's 99th percentile
+  double senderCpuMs = 0;
+  double worstGapMs = 0;
+  int complete = 0;
+};
+
+QSet<QString> Tasks() {
+  const QStringList tasks = QDir("/proc/self/task").entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+  return QSet<QString>(tasks.begin(), tasks.end());
+}
+
+// Nanoseconds a thread of this process has run, from its scheduler record.
+qint64 RunNs(const QString& tid) {
+  QFile file("/proc/self/task/" + tid + "/schedstat");
+  if (!file.open(QIODevice::ReadOnly)) return -1;
+  return file.readAll().split(' ').value(0).toLongLong();
+}
+
+double FieldOf(const QString& line, const QString& name) {
+  for (const QString& part : line.split(' '))
+    if (part.startsWith(name + "=")) return part.mid(name.size() + 1).toDouble();
+  return -1;
+}
+
+Run OneRun(int rows, int size) {
+  Run run;
+  QTemporaryDir files;
+  // No frame log: 200 rows of 1 MB would fill it with half a gigabyte.
+  ChildProcess sim;
+  const QString ready = files.filePath("ready");
+  sim.Start(SourceDir() + "/scripts/lab",
+            {"lan", BinDir() + "/torvek-modsim", "--quiet", "--lifetime", "600", "--ready", ready,
+             "--count", QString::number(rows), "--files-dir", files.path()});
+  if (!QTest::qWaitFor([&] { return QFile::exists(ready); }, 10000)) return run;
+
+  LabWindow w;
+  CMainDlg& d = w.dialog;
+  d.OnInitDialog();
+  d.show();
+  if (!QTest::qWaitFor([&] { return d.ModuleList().RowCount() == rows; }, 10000)) return run;
+  d.SelectRow(0);
+  QByteArray content(size, '\0');
+  for (int i = 0; i < size; ++i) content[i] = static_cast<char>(i * 7 + i / 251);
+  const QString path = w.dir.filePath("upload.bin");
+  QFile file(path);
+  file.open(QIODevice::WriteOnly);
+  file.write(content);
+  file.close();
+
+  const QSet<QString> before = Tasks();
+  QString sender;
+  qint64 senderNs = 0;
+  bench::GapProbe probe([&] {
+    if (sender.isEmpty()) {
+      const QSet<QString> fresh = Tasks() - before;
+      if (fresh.size() == 1) sender = *fresh.begin();
+    }
+    if (!sender.isEmpty()) senderNs = std::max(senderNs, RunNs(sender));
+  });
+  // To one module: the selected one; to many: every row, whatever its type.
+  d.configPage->StartFileJob(56, d.selectedModuleMac, path, rows > 1 ? 1 : 0, kModel740P, 0, 0);
+  const double start = probe.ElapsedMs();
+  probe.Start();
+  while (d.fileJobRunning) QTest::qWait(1);
+  run.jobMs = probe.ElapsedMs() - start;
+  run.worstGapMs = double(probe.WorstGapMs());
+  run.nominalMs = double((size + 999) / 1000) * 20.0;
+  run.senderCpuMs = double(senderNs) / 1e6;
+
+  QStringList lines;
+  // Rows whose upload never completed show as missing in `complete`.
+  const bool allLogged = QTest::qWaitFor(
+      [&] {
+        QFile log(files.filePath("uploads.log"));
+        if (!log.open(QIODevice::ReadOnly)) return false;
+        lines = QString::fromLatin1(log.readAll()).split('\n', Qt::SkipEmptyParts);
+        return lines.size() >= rows;
+      },
+      10000);
+  if (!allLogged)
+    std::fprintf(stderr, "upload_bench: %lld of %d uploads logged\n",
+                 static_cast<long long>(lines.size()), rows);
+  std::vector<double> medians;
+  for (const QString& line : lines) {
+    run.complete += FieldOf(line, "complete") == 1 ? 1 : 0;
+    medians.push_back(FieldOf(line, "interval_median_ms"));
+    run.intervalP99Ms = std::max(run.intervalP99Ms, FieldOf(line, "interval_p99_ms"));
+  }
+  run.intervalMedianMs = bench::Median(medians);
+  sim.Stop();
+  return run;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  RequireLab();
+  QApplication app(argc, argv);
+  const int size = argc > 1 ? QString(argv[1]).toInt() : 1'000'000;
+  const int runs = argc > 2 ? QString(argv[2]).toInt() : 3;
+  QList<int> targets;
+  for (int i = 3; i < argc; ++i) targets << QString(argv[i]).toInt();
+  if (targets.isEmpty()) targets = {1, 200};
+
+  std::printf("upload of %d bytes, %d runs each; medians over the runs\n", size, runs);
+  for (const int rows : targets) {
+    std::vector<double> job, nominal, median, p99, cpu, gap;
+    int complete = rows;
+    for (int r = 0; r < runs; ++r) {
+      const Run run = OneRun(rows, size);
+      std::printf(
+          "  %3d rows run %d: job %.1f ms (nominal %.0f), interval median %.3f ms p99 "
+          "%.3f ms, sender CPU %.1f ms, UI gap %.0f ms, %d of %d complete\n",
+          rows, r + 1, run.jobMs, run.nominalMs, run.intervalMedianMs, run.intervalP99Ms,
+          run.senderCpuMs, run.worstGapMs, run.complete, rows);
+      job.push_back(run.jobMs);
+      nominal.push_back(run.nominalMs);
+      median.push_back(run.intervalMedianMs);
+      p99.push_back(run.intervalP99Ms);
+      cpu.push_back(run.senderCpuMs);
+      gap.push_back(run.worstGapMs);
+      complete = std::min(complete, run.complete);
+    }
+    const double j = bench::Median(job), n = bench::Median(nominal);
+    std::printf(
+        "%3d rows: job %.1f ms vs nominal %.0f ms (%+.2f %%), interval median %.3f ms, "
+        "p99 %.3f ms, sender CPU %.1f ms, UI largest gap %.0f ms, fewest complete %d\n",
+        rows, j, n, 100.0 * (j - n) / n, bench::Median(median), bench::Median(p99),
+        bench::Median(cpu), bench::Median(gap), complete);
+    std::fflush(stdout);
+  }
+  return 0;
+}

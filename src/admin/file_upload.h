@@ -1,0 +1,57 @@
+// The start of a file upload on the UI thread: the image checks, the pings,
+// the file read whole, and the job handed to the file sender.
+#pragma once
+
+#include <QObject>
+#include <QString>
+#include <cstdint>
+
+#include "core/management_frame.h"
+
+namespace torvek {
+
+class CCellColorList;
+class FileSender;
+struct FileJobFlags;
+struct Platform;
+struct ProgramValues;
+struct Selection;
+
+struct FileUploadLinks {
+  Platform& platform;
+  // pcMac is read.
+  const ProgramValues& program;
+  // useLanIp is read.
+  const Selection& selection;
+  FileJobFlags& fileJob;
+  FileSender& sender;
+  const CCellColorList& modules;
+};
+
+class FileUpload : public QObject {
+  Q_OBJECT
+ public:
+  explicit FileUpload(FileUploadLinks links, QObject* parent = nullptr);
+
+  // True when the file may be sent as this kind of image for this model; on
+  // false the operator has been told.
+  bool CheckImageFile(int model, int operation, QString path);
+  // Pings every row (hidden, not waited for), then holds the UI thread 2 s so
+  // that the modules' ARP entries are fresh before the first block.
+  void PingAllModules();
+  // True when a job was queued. all, model, operation and protocol are the
+  // choices of the Change system data dialog.
+  bool StartFileJob(std::uint8_t command, const MacAddress& moduleMac, QString path, int all,
+                    int model, int operation, int protocol);
+  // Blocks sent and all blocks of the job of now or the last one.
+  int BlocksSent() const;
+  int BlockTotal() const;
+
+ signals:
+  void StatusText(const QString& text);
+
+ private:
+  FileUploadLinks links_;
+};
+
+}  // namespace torvek

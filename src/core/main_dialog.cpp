@@ -157,7 +157,8 @@ void CMainDlg::CreatePages() {
   tabs->addTab(networkPage = new CNetworkPage, "Network");
   tabs->addTab(consolePage = new CConsolePage({platform_, *serialLine_, *this, *this, *this}),
                "Console");
-  tabs->addTab(upgraderPage = new CUpgraderPage, "Upgrader");
+  tabs->addTab(upgraderPage = new CUpgraderPage({platform_, *serialLine_, *this, *this, *this}),
+               "Upgrader");
   tabs->addTab(macWriterPage = new CMacWriterPage, "Mac Writer");
   tabs->addTab(radioTestPage = new CRadioTestPage, "Ceritification");
   tabs->addTab(jigPage = new CJigPage, "Jig_tool");

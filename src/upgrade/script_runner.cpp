@@ -8,6 +8,8 @@ namespace torvek {
 ScriptRunner::ScriptRunner(ScriptHost host, QObject* parent)
     : QObject(parent), host_(std::move(host)) {
   sleep_.setSingleShot(true);
+  // A coarse timer may fire 5 % early; the boot loader gets all of its time.
+  sleep_.setTimerType(Qt::PreciseTimer);
   connect(&sleep_, &QTimer::timeout, this, &ScriptRunner::Pump);
 }
 

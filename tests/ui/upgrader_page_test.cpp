@@ -222,7 +222,7 @@ class UpgraderPageTest : public QObject {
     QVERIFY(!rig.Locked());
     QVERIFY(ById(rig.page, 1068)->isEnabled());
     QCOMPARE(rig.page.upgradeStep(), 0u);
-    QTest::qWait(50);
+    QTest::qWait(200);  // what was on its way
     rig.pty.Read();
     QTest::qWait(600);
     QCOMPARE(rig.pty.Read(), QByteArray());

@@ -188,7 +188,9 @@ void CUpgraderPage::LockGroup(bool locked) {
 }
 
 void CUpgraderPage::OnBreakInTick() {
-  if (upgradeStep() != 0) return;
+  // A line that never opened answers each byte with a box; the ticks under
+  // that box add none of their own.
+  if (upgradeStep() != 0 || sending_) return;
   SendScriptCommand(QByteArray(1, BreakInByte(targetModule)));
 }
 
@@ -205,7 +207,9 @@ bool CUpgraderPage::event(QEvent* event) {
     if (!ScriptSendBuffer.empty()) {
       const QByteArray text = std::move(ScriptSendBuffer.front());
       ScriptSendBuffer.pop_front();
+      sending_ = true;
       links_.line.Send(text);
+      sending_ = false;
     }
     return true;
   }

@@ -85,6 +85,8 @@ class CUpgraderPage : public QWidget {
   // Which of the two progress texts comes next; never reset.
   bool progressToggle_ = false;
   int imagesWritten_ = 0;
+  // A text is on its way to the line (and maybe a box of the line is up).
+  bool sending_ = false;
 };
 
 }  // namespace torvek

@@ -10,6 +10,7 @@
 #include <QPlainTextEdit>
 #include <QProgressBar>
 #include <QtTest/QTest>
+#include <functional>
 
 #include "control_by_id.h"
 #include "core/console_host.h"
@@ -282,6 +283,41 @@ class UpgraderPageTest : public QObject {
     for (const char* text : {"Default server: 10.1.2.3", "fis create -f 0xbffd0000 -e 0 cfg",
                              "An image named 'RedBoot' exists - continue (y/n)?"})
       QVERIFY2(log.contains(text), text);
+  }
+
+  void aLineThatNeverOpenedShowsOneBoxAtATime() {
+    // Boxes that run their own loop, as the real ones do.
+    struct ModalPrompter : torvek::test::ScriptedPrompter {
+      int depth = 0;
+      int deepest = 0;
+      std::function<void()> closed;
+      void Message(const QString& text, const QString& title) override {
+        ScriptedPrompter::Message(text, title);
+        deepest = std::max(deepest, ++depth);
+        QTest::qWait(700);
+        --depth;
+        if (closed) closed();
+      }
+    } modal;
+    UpgraderRig rig;
+    Platform platform{modal,       rig.p.launcher, rig.p.beeper,
+                      rig.p.clock, rig.p.adapters, rig.p.paths};
+    SerialLine line{platform, rig.serial, rig.program};
+    CUpgraderPage page{{platform, line, rig.serial, rig.program, rig}};
+    rig.serial.serialOpen = true;  // the button was pressed, the open failed
+    ById<QCheckBox>(page, 1065)->setChecked(true);
+    modal.Expect({"Invalid handle", "Invalid handle"});
+    // The operator gives up after the second box.
+    modal.closed = [&] {
+      if (modal.boxes.size() == 2) ById<QAbstractButton>(page, 1073)->click();
+    };
+    ById<QAbstractButton>(page, 1068)->click();
+    QTRY_COMPARE_WITH_TIMEOUT(modal.boxes.size(), 2, 4000);
+    QTRY_COMPARE(modal.depth, 0);
+    QTest::qWait(300);
+    QCOMPARE(modal.boxes.size(), 2);
+    QCOMPARE(modal.deepest, 1);
+    rig.serial.upgradeActive = 0;
   }
 
   void logBoxIsEmptiedAtItsLineLimit() {

@@ -164,7 +164,8 @@ void CMainDlg::CreatePages() {
   tabs->addTab(networkPage = new CNetworkPage(*networkSession_), "Network");
   tabs->addTab(consolePage = new CConsolePage({platform_, *serialLine_, *this, *this, *this}),
                "Console");
-  tabs->addTab(upgraderPage = new CUpgraderPage, "Upgrader");
+  tabs->addTab(upgraderPage = new CUpgraderPage({platform_, *serialLine_, *this, *this, *this}),
+               "Upgrader");
   tabs->addTab(macWriterPage = new CMacWriterPage, "Mac Writer");
   tabs->addTab(radioTestPage = new CRadioTestPage, "Ceritification");
   tabs->addTab(jigPage = new CJigPage, "Jig_tool");

@@ -27,7 +27,7 @@ namespace {
 using bench::Median;
 
 // Notes when the module's close is told: the end of the stream, before the
-// page's documented 500 ms wait in its disconnect.
+// page's own 500 ms wait in its disconnect.
 struct TimingPrompter : ScriptedPrompter {
   std::function<void(const QString&)> onBox;
   void Message(const QString& text, const QString& title) override {

@@ -77,4 +77,17 @@ bool FileUpload::StartFileJob(std::uint8_t command, const MacAddress& moduleMac,
 int FileUpload::BlocksSent() const { return links_.sender.BlocksSent(); }
 int FileUpload::BlockTotal() const { return links_.sender.BlockTotal(); }
 
+bool FileUpload::RefusesSearch() {
+  if (!links_.fileJob.fileJobRunning) return false;
+  links_.platform.prompter.Message("Module config is on process, try later !!!");
+  return true;
+}
+
+bool FileUpload::KeepsJobAddress(const QString& chosenAddress) {
+  if (!links_.fileJob.fileJobRunning) return false;
+  links_.platform.prompter.Message(QString::asprintf(" Upgrade process is running to %s",
+                                                     chosenAddress.toLocal8Bit().constData()));
+  return true;
+}
+
 }  // namespace torvek

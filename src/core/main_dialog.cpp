@@ -249,11 +249,7 @@ void CMainDlg::OnUseLanIp() {
 }
 
 void CMainDlg::OnFindDevices() {
-  if (fileJobRunning) {
-    platform_.prompter.Message("Module config is on process, try later !!!");
-    return;
-  }
-  StartSearch();
+  if (!fileUpload_->RefusesSearch()) StartSearch();
 }
 
 void CMainDlg::StartSearch() {
@@ -289,11 +285,7 @@ void CMainDlg::SelectRow(int row) {
   const std::string& version = moduleList_->table().GetItemText(row, kColVersion);
   selectedFirmwareMajor = version.empty() ? -'0' : version[0] - '0';
   selectedAddress = AddressOfRow(row);
-  if (fileJobRunning)
-    platform_.prompter.Message(QString::asprintf(" Upgrade process is running to %s",
-                                                 selectedAddress.toLocal8Bit().constData()));
-  else
-    selectedModuleIp = selectedAddress;
+  if (!fileUpload_->KeepsJobAddress(selectedAddress)) selectedModuleIp = selectedAddress;
   selectedModuleType = moduleList_->GetItemText(row, kColType);
   fileSender_->TargetsChanged();
   networkPage->OnTargetModuleChanged();

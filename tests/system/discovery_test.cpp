@@ -159,7 +159,16 @@ class DiscoveryTest : public QObject {
     d.OnFindDevices();
     QCOMPARE(w.prompter.Texts(), QStringList{"Module config is on process, try later !!!"});
     QCOMPARE(list.RowCount(), 3);
+    // A row chosen meanwhile is shown, but the job's address stays.
+    const QString jobAddress = d.selectedModuleIp;
+    w.prompter.Expect({" Upgrade process is running to 10.77.128.2"});
+    d.SelectRow(1);
+    QCOMPARE(w.prompter.Texts().last(), QString(" Upgrade process is running to 10.77.128.2"));
+    QCOMPARE(d.selectedAddress, QString("10.77.128.2"));
+    QCOMPARE(d.selectedModuleIp, jobAddress);
     d.fileJobRunning = false;
+    d.SelectRow(0);
+    QCOMPARE(d.selectedModuleIp, QString("10.77.128.1"));
   }
 
   void badDatagramsReachTheStatusLineAndReceivingGoesOn() {

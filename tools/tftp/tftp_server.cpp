@@ -27,6 +27,14 @@ QString ClientText(const QHostAddress& address, quint16 port) {
   return address.toString() + ":" + QString::number(port);
 }
 
+sockaddr_in Endpoint(const QHostAddress& address, quint16 port) {
+  sockaddr_in endpoint{};
+  endpoint.sin_family = AF_INET;
+  endpoint.sin_port = htons(port);
+  endpoint.sin_addr.s_addr = htonl(address.toIPv4Address());
+  return endpoint;
+}
+
 // A netascii read goes from memory: the file as it will be on the wire.
 // Text files are small; an image asked for as text is refused.
 constexpr std::uint64_t kNetasciiLimit = 64 << 20;
@@ -49,12 +57,10 @@ class Transfer : public QObject {
  public:
   Transfer(TftpServer* server, std::unique_ptr<TransferSocket> socket, const QHostAddress& peer,
            quint16 peerPort, TransferParameters parameters)
-      : QObject(server), server_(server), socket_(std::move(socket)), peer_(peer),
-        peerPort_(peerPort), parameters_(std::move(parameters)),
+      : QObject(server), server_(server), socket_(std::move(socket)),
+        parameters_(std::move(parameters)),
         notifier_(socket_->Descriptor(), QSocketNotifier::Read) {
-    peerAddress_.sin_family = AF_INET;
-    peerAddress_.sin_port = htons(peerPort);
-    peerAddress_.sin_addr.s_addr = htonl(peer.toIPv4Address());
+    peerAddress_ = Endpoint(peer, peerPort);
     timer_.setSingleShot(true);
     timer_.setTimerType(Qt::PreciseTimer);
     connect(&timer_, &QTimer::timeout, this, &Transfer::OnTimer);
@@ -106,8 +112,7 @@ class Transfer : public QObject {
     if (write_) return write_->Retransmissions();
     return 0;
   }
-  const QHostAddress& Peer() const { return peer_; }
-  quint16 PeerPort() const { return peerPort_; }
+  const sockaddr_in& PeerAddress() const { return peerAddress_; }
 
  private:
   void OnReadable() {
@@ -126,12 +131,13 @@ class Transfer : public QObject {
       Packet packet;
       std::string why;
       if (!ParsePacket(incoming_.data(), static_cast<std::size_t>(got), packet, why)) continue;
-      Actions actions;
+      // One list for every packet, so that a block costs no allocation.
+      packetActions_.clear();
       if (read_)
-        read_->OnPacket(packet, server_->NowMs(), actions);
+        read_->OnPacket(packet, server_->NowMs(), packetActions_);
       else
-        write_->OnPacket(packet, server_->NowMs(), actions);
-      Execute(actions);
+        write_->OnPacket(packet, server_->NowMs(), packetActions_);
+      Execute(packetActions_);
     }
   }
 
@@ -272,8 +278,6 @@ class Transfer : public QObject {
   static constexpr std::size_t kReadAhead = 256 * 1024;
 
   std::unique_ptr<TransferSocket> socket_;
-  QHostAddress peer_;
-  quint16 peerPort_;
   sockaddr_in peerAddress_{};
   TransferParameters parameters_;
   QSocketNotifier notifier_;
@@ -290,6 +294,7 @@ class Transfer : public QObject {
   std::uint64_t cacheOffset_ = 0;
   std::size_t cacheLength_ = 0;
   std::vector<std::uint8_t> incoming_;
+  Actions packetActions_;
   bool closed_ = false;
 };
 
@@ -339,7 +344,7 @@ std::vector<TransferView> TftpServer::RunningTransfers() const {
   for (const auto& [id, transfer] : transfers_) {
     TransferView view = transfer->view;
     view.done = transfer->Done();
-    view.elapsedMs = NowMs() - view.elapsedMs;  // view.elapsedMs holds the start
+    view.elapsedMs = NowMs() - view.startedMs;
     views.push_back(view);
   }
   return views;
@@ -406,7 +411,7 @@ void TftpServer::HandleRequest(const QByteArray& datagram, const QHostAddress& p
   // A client that did not hear from its transfer yet asks again: the
   // transfer's own retransmission answers it.
   for (const auto& [id, transfer] : transfers_) {
-    if (transfer->PeerPort() == peerPort && transfer->Peer() == peer &&
+    if (SameEndpoint(transfer->PeerAddress(), Endpoint(peer, peerPort)) &&
         transfer->view.write == write && transfer->name == name)
       return;
   }
@@ -434,7 +439,7 @@ void TftpServer::HandleRequest(const QByteArray& datagram, const QHostAddress& p
   view.client = ClientText(peer, peerPort);
   view.file = QString::fromStdString(PrintableName(name));
   view.write = write;
-  view.elapsedMs = NowMs();
+  view.startedMs = NowMs();
 
   if (!write) {
     int fd = -1;
@@ -496,7 +501,7 @@ void TftpServer::HandleRequest(const QByteArray& datagram, const QHostAddress& p
 void TftpServer::Ended(Transfer* transfer, bool ok, const std::string& reason) {
   TransferView view = transfer->view;
   view.done = transfer->Done();
-  view.elapsedMs = NowMs() - view.elapsedMs;
+  view.elapsedMs = NowMs() - view.startedMs;
   view.over = true;
   view.ok = ok;
   view.reason = QString::fromStdString(reason);

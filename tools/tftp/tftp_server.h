@@ -37,6 +37,7 @@ struct TransferView {
   quint64 size = 0;  // 0 while a writing client has not said
   quint64 done = 0;
   quint64 elapsedMs = 0;
+  quint64 startedMs = 0;  // on the server's clock
   bool over = false;
   bool ok = false;
   QString reason;

@@ -36,9 +36,6 @@ class ScriptRunner : public QObject {
   void OnChunk(const QByteArray& chunk);
 
   const FlashRun& run() const { return run_; }
-  bool Running() const { return running_; }
-  // Chunks waiting behind a sleep.
-  int Held() const { return static_cast<int>(held_.size()); }
 
  private:
   void Pump();

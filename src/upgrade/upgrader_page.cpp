@@ -99,9 +99,12 @@ CUpgraderPage::CUpgraderPage(const UpgraderLinks& links, QWidget* parent)
 CUpgraderPage::~CUpgraderPage() = default;
 
 QWidget* CUpgraderPage::Control(int id) const {
-  for (QWidget* w : findChildren<QWidget*>())
-    if (w->property("controlId").toInt() == id) return w;
-  return nullptr;
+  if (controls_.isEmpty()) {
+    for (QWidget* w : findChildren<QWidget*>())
+      if (const int controlId = w->property("controlId").toInt(); controlId != 0)
+        controls_.insert(controlId, w);
+  }
+  return controls_.value(id);
 }
 
 void CUpgraderPage::OnTargetChange(int row) {

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QHash>
 #include <QString>
 #include <QTimer>
 #include <QWidget>
@@ -75,6 +76,8 @@ class CUpgraderPage : public QWidget {
   void LockGroup(bool locked);
   void FlushLog();
   QWidget* Control(int id) const;
+  // The page's controls by id, gathered once: labels change on every step.
+  mutable QHash<int, QWidget*> controls_;
 
   UpgraderLinks links_;
   std::unique_ptr<Ui::UpgraderPage> ui_;

@@ -16,14 +16,16 @@ void Check(FlashRun& run, std::string_view chunk, bool redBoot, std::uint32_t la
   const ScriptActions actions = redBoot ? RunRedBootScript(run, chunk) : RunUBootScript(run, chunk);
   if (run.upgradeStep < before || run.upgradeStep > lastStep) std::abort();
   int sends = 0;
+  int passEnds = 0;
   for (const ScriptAction& a : actions) {
     if (a.kind == ScriptAction::Kind::Send) {
       ++sends;
       if (a.text.empty() || a.text.size() >= 1024) std::abort();
     }
-    if (a.kind == ScriptAction::Kind::End) ++ends;
+    if (a.kind == ScriptAction::Kind::End) ++passEnds;
   }
-  if (sends > 1) std::abort();
+  ends += passEnds;
+  if (sends > 1 || passEnds > 1 || ends > 1) std::abort();
 }
 
 }  // namespace

@@ -166,6 +166,7 @@ TEST(RedBootScript, ARowIsDoneOnlyWhenItsWriteWasConfirmed) {
   RunRedBootScript(run, "Raw file loaded\r");
   run.upgradeStep = 7;  // as if the question had never come
   const auto labels = Labels(RunRedBootScript(run, "RedBoot>"));
+  ASSERT_FALSE(labels.empty());  // the step did set its labels
   for (const auto& [id, text] : labels) EXPECT_NE(text, "Flash writing is well done.");
 }
 

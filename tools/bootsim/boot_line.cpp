@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <thread>
 
 extern char** environ;
@@ -156,6 +157,13 @@ std::uint32_t Crc32(const std::uint8_t* data, std::size_t length) {
     for (int bit = 0; bit < 8; ++bit) crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
   }
   return ~crc;
+}
+
+std::vector<std::string> Words(const std::string& command) {
+  std::istringstream in(command);
+  std::vector<std::string> out;
+  for (std::string word; in >> word;) out.push_back(word);
+  return out;
 }
 
 }  // namespace bootsim

@@ -53,6 +53,9 @@ class BootLine {
 
 std::uint32_t Crc32(const std::uint8_t* data, std::size_t length);
 
+// A command's words, split at blanks.
+std::vector<std::string> Words(const std::string& command);
+
 int RunRedBoot(BootLine& line);
 int RunUBoot(BootLine& line);
 

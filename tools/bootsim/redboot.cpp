@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -14,13 +13,6 @@ namespace bootsim {
 namespace {
 
 const char* const kPrompt = "RedBoot> ";
-
-std::vector<std::string> Words(const std::string& line) {
-  std::istringstream in(line);
-  std::vector<std::string> out;
-  for (std::string w; in >> w;) out.push_back(w);
-  return out;
-}
 
 std::string Hex(std::uint32_t value) {
   char text[16];
@@ -50,6 +42,11 @@ int RunRedBoot(BootLine& line) {
   for (std::string command; line.ReadLine(command);) {
     const std::vector<std::string> w = Words(command);
     if (!line.Answering(command)) continue;
+    if (w.empty()) {
+      // A line of blanks: the boot loader prompts again.
+      line.Prompt(kPrompt);
+      continue;
+    }
     if (w[0] == "ip_address" && w.size() == 5 && w[1] == "-l" && w[3] == "-h") {
       server = w[4];
       line.Write("IP: " + w[2] + "/255.255.255.0, Gateway: 0.0.0.0\r\nDefault server: " + server +

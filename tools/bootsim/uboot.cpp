@@ -75,11 +75,7 @@ int RunUBoot(BootLine& line) {
   for (std::string commandLine; line.ReadLine(commandLine);) {
     if (!line.Answering(commandLine)) continue;
     for (const std::string& command : Split(commandLine, ';')) {
-      std::vector<std::string> w;
-      {
-        std::istringstream in(command);
-        for (std::string word; in >> word;) w.push_back(word);
-      }
+      const std::vector<std::string> w = Words(command);
       if (w.empty()) continue;
       if (w[0] == "setenv" && w.size() == 3) {
         env[w[1]] = w[2];

@@ -31,10 +31,8 @@ CNotifySocket::CNotifySocket(Prompter& prompter, QObject* parent)
   connect(&holdBackTimer_, &QTimer::timeout, this, &CNotifySocket::Drain);
 }
 
-CNotifySocket::~CNotifySocket() {
-  delete std::exchange(tcp_, nullptr);
-  Close();
-}
+// The stream socket is a child and goes with the object.
+CNotifySocket::~CNotifySocket() { Close(); }
 
 bool CNotifySocket::CreateDatagram(std::uint16_t port) {
   Close();
@@ -218,9 +216,9 @@ void CNotifySocket::OnStreamReadable() {
   QElapsedTimer slice;
   slice.start();
   while (tcp_ && slice.elapsed() < kSliceMs) {
-    std::array<std::uint8_t, kReceiveSize> chunk;
+    // Straight into the buffer: a failed read leaves nothing in it.
     int error = 0;
-    const long n = tcp_->Receive(chunk.data(), chunk.size(), &error);
+    const long n = tcp_->Receive(receiveBuffer.data(), receiveBuffer.size(), &error);
     if (n < 0 && (error == EAGAIN || error == EWOULDBLOCK || error == EINTR)) return;
     if (n <= 0) {
       // The socket says nothing more; its owner closes it.
@@ -232,8 +230,7 @@ void CNotifySocket::OnStreamReadable() {
         ReportError(SocketErrorFromErrno(error));
       return;
     }
-    receiveBuffer.fill(0);
-    std::copy_n(chunk.begin(), n, receiveBuffer.begin());
+    std::fill(receiveBuffer.begin() + n, receiveBuffer.end(), 0);
     receivedLength = static_cast<std::uint16_t>(n);
     if (!notifyWindow) continue;
     PrivateMessage message(notifyMessage, kData, receivedLength);

@@ -163,12 +163,13 @@ void CConfigPage::StartFileJob(std::uint8_t command, const MacAddress& moduleMac
   if (!links_.upload.StartFileJob(command, moduleMac, std::move(path), all, model, operation,
                                   protocol))
     return;
+  // The job's block count is known once it is queued.
+  ui_->progress->setMaximum(std::max(1, links_.upload.BlockTotal()));
   ui_->progress->setValue(0);
   progressTimer_.start();
 }
 
 void CConfigPage::ShowProgress() {
-  ui_->progress->setMaximum(std::max(1, links_.upload.BlockTotal()));
   ui_->progress->setValue(links_.upload.BlocksSent());
   if (!links_.fileJob.fileJobRunning) progressTimer_.stop();
 }

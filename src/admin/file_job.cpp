@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <filesystem>
 
+#include "admin/module_command.h"
+
 namespace torvek {
 
 namespace {
@@ -48,15 +50,9 @@ std::uint64_t BlockCount(std::uint64_t fileSize) {
 FrameBuffer MakeJobFrame(std::uint8_t command, std::uint16_t model, const MacAddress& pcMac,
                          const MacAddress& moduleMac, bool all, std::uint32_t fileSize) {
   FrameBuffer frame{};
-  frame[frame::kModelCode] = static_cast<std::uint8_t>(model & 0xFF);
-  frame[frame::kModelCode + 1] = static_cast<std::uint8_t>(model >> 8);
-  frame[frame::kCommand] = command;
-  frame[frame::kVersion] = kFileBlockVersion;
-  std::copy(pcMac.begin(), pcMac.end(), frame.begin() + frame::kSourceMac);
-  if (all)
-    std::fill_n(frame.begin() + frame::kTargetMac, 6, 0xFF);
-  else
-    std::copy(moduleMac.begin(), moduleMac.end(), frame.begin() + frame::kTargetMac);
+  FillModuleCommand(frame.data(), command, kFileBlockVersion, all, pcMac, moduleMac, kNoParameter);
+  // Version 3 puts the model low byte first, as the module reads it.
+  PutWord(frame.data() + frame::kModelCode, model, kFileBlockVersion);
   PutU32(frame.data() + frame::kFileSize, fileSize);
   return frame;
 }

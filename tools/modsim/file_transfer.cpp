@@ -15,6 +15,12 @@ namespace modsim {
 
 namespace {
 
+// A flash status word as --data-mix gives it: 1 to 8 hexadecimal digits.
+bool IsStatusWord(const std::string& text) {
+  return !text.empty() && text.size() <= 8 &&
+         text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+}
+
 // File block fields behind the header.
 constexpr std::size_t kFileSizeAt = 23;
 constexpr std::size_t kSeqAt = 27;
@@ -94,7 +100,7 @@ std::map<std::string, std::function<bool(const std::string&)>> FileOptionParsers
            const bool known =
                item == "repeat" || item == "swap" || item == "16" ||
                (item.size() == 2 && item[0] == '2' && item[1] >= '0' && item[1] <= '3') ||
-               item.rfind("14=", 0) == 0;
+               (item.rfind("14=", 0) == 0 && IsStatusWord(item.substr(3)));
            if (!known) return false;
            o.dataMix.push_back(item);
            start = comma + 1;

@@ -166,12 +166,23 @@ void CMainDlg::CreatePages() {
                "Console");
   tabs->addTab(upgraderPage = new CUpgraderPage({platform_, *serialLine_, *this, *this, *this}),
                "Upgrader");
-  tabs->addTab(macWriterPage = new CMacWriterPage, "Mac Writer");
+  tabs->addTab(macWriterPage = new CMacWriterPage(
+                   {platform_,
+                    *this,
+                    *this,
+                    [this](std::uint8_t* frame) { return SendFrameAndSearch(frame); },
+                    [this] { StartSearch(); },
+                    {}}),
+               "Mac Writer");
+  OnMacWriteAnswer = [page = macWriterPage](const std::uint8_t* frame, std::size_t length) {
+    page->OnMacWriteAnswer(frame, length);
+  };
   tabs->addTab(radioTestPage = new CRadioTestPage, "Ceritification");
   tabs->addTab(jigPage = new CJigPage, "Jig_tool");
   for (int i = 0; i < tabs->count(); ++i) LeaveEscapeOnPage(tabs->widget(i));
   tabs->setCurrentIndex(0);
   configPage->OnInitDialog();
+  macWriterPage->OnInitDialog();
   serialLine_->SetConsoleSink([page = consolePage](int direction, const QByteArray& text) {
     page->OnSerialText(direction, text);
   });

@@ -5,12 +5,14 @@ namespace torvek {
 class Beeper {
  public:
   virtual ~Beeper() = default;
-  virtual void Beep() = 0;
+  // type 0 is the plain beep, 0x30 the warning.
+  virtual void MessageBeep(unsigned type) = 0;
+  void Beep() { MessageBeep(0); }
 };
 
 class SystemBeeper : public Beeper {
  public:
-  void Beep() override;
+  void MessageBeep(unsigned type) override;
 };
 
 }  // namespace torvek

@@ -11,7 +11,8 @@
 
 namespace torvek {
 
-void SystemBeeper::Beep() { QApplication::beep(); }
+// The desktop has one beep for every kind.
+void SystemBeeper::MessageBeep(unsigned /*type*/) { QApplication::beep(); }
 
 std::int64_t SystemClock::TickMs() {
   using namespace std::chrono;

@@ -126,7 +126,11 @@ class RecordingLauncher : public ProgramLauncher {
 class CountingBeeper : public Beeper {
  public:
   int beeps = 0;
-  void Beep() override { ++beeps; }
+  int warnings = 0;  // of the beeps, those of the warning kind
+  void MessageBeep(unsigned type) override {
+    ++beeps;
+    if (type == 0x30) ++warnings;
+  }
 };
 
 class FixedAdapters : public AdapterInfo {

@@ -23,6 +23,8 @@ inline constexpr std::uint8_t kCommandReboot = 58;
 inline constexpr std::uint8_t kCommandFactoryDefault = 59;
 inline constexpr std::uint8_t kAnswerSearchAgain = 60;
 inline constexpr std::uint8_t kCommandSetCompanyId = 63;
+inline constexpr std::uint8_t kCommandWriteMac = 80;
+inline constexpr std::size_t kNewMacOffset = 23;
 
 inline constexpr std::uint16_t kModelOrb730 = 0x4855;
 inline constexpr std::uint16_t kModelOrb740 = 0x4856;

@@ -101,12 +101,14 @@ SimServer::SimServer(const SimOptions& options, std::vector<VirtualModule> modul
                PrepareMessage(header, &peer, &iov, control, module.labAddress);
                if (sendmsg(fd_, &header, 0) < 0)
                  std::fprintf(stderr, "modsim: data answer failed: %s\n", std::strerror(errno));
-             }) {
+             }),
+      macLog_(options_.macWrite.logPath) {
   handlers_[kCommandSearch] = &SimServer::OnSearch;
   handlers_[kCommandSetNetwork] = &SimServer::OnSetNetwork;
   handlers_[kCommandReboot] = &SimServer::OnReboot;
   handlers_[kCommandFactoryDefault] = &SimServer::OnFactoryDefault;
   handlers_[kCommandSetCompanyId] = &SimServer::OnSetCompanyId;
+  handlers_[kCommandWriteMac] = &SimServer::OnWriteMac;
   for (int command = 0; command < 256; ++command)
     if (FileTransfer::IsUpload(command) || FileTransfer::IsGet(command))
       handlers_[command] = &SimServer::OnFileFrame;
@@ -415,6 +417,11 @@ void SimServer::SendAnswer(const VirtualModule& module, const Datagram& datagram
                            std::uint8_t command, std::uint8_t result) {
   MacAddress peer{};
   for (std::size_t i = 0; i < peer.size(); ++i) peer[i] = datagram.At(offset::sourceMac + i);
+  SendAnswerTo(module, datagram, peer, command, result);
+}
+
+void SimServer::SendAnswerTo(const VirtualModule& module, const Datagram& datagram,
+                             const MacAddress& peer, std::uint8_t command, std::uint8_t result) {
   std::array<std::uint8_t, kHeaderLength> bytes{};
   iovec iov{bytes.data(), BuildAnswer(module, peer, command, result, bytes.data())};
   SourceControl control{};
@@ -463,6 +470,26 @@ void SimServer::OnSetCompanyId(const Datagram& datagram) {
   for (std::size_t i = 0; i < 4; ++i)
     id |= static_cast<std::uint32_t>(datagram.At(offset::companyRow + i)) << (8 * i);
   for (VirtualModule* m : Targets(datagram)) m->companyId = id;
+}
+
+void SimServer::OnWriteMac(const Datagram& datagram) {
+  const MacWriteOptions& o = options_.macWrite;
+  MacAddress newMac{};
+  for (std::size_t i = 0; i < newMac.size(); ++i) newMac[i] = datagram.At(kNewMacOffset + i);
+  for (VirtualModule* m : Targets(datagram)) {
+    if (m->hiddenUntil > datagram.arrived) continue;  // rebooting: hears nothing
+    if (o.answerCode != 0) {
+      MacAddress peer{};
+      for (std::size_t i = 0; i < peer.size(); ++i) peer[i] = datagram.At(offset::sourceMac + i);
+      if (o.answerTarget) peer = *o.answerTarget;
+      SendAnswerTo(*m, datagram, peer, static_cast<std::uint8_t>(o.answerCode), o.result);
+    }
+    if (o.result != 0) continue;
+    macLog_.Note(m->mac, newMac);
+    m->mac = newMac;
+    m->hiddenUntil = datagram.arrived +
+                     std::chrono::milliseconds(o.rebootMs >= 0 ? o.rebootMs : options_.rebootMs);
+  }
 }
 
 void SimServer::OnFileFrame(const Datagram& datagram) {

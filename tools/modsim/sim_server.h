@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "file_transfer.h"
+#include "mac_write.h"
 #include "module_record.h"
 #include "sim_options.h"
 #include "virtual_module.h"
@@ -79,6 +80,8 @@ class SimServer {
   void OnReboot(const Datagram& datagram);
   void OnFactoryDefault(const Datagram& datagram);
   void OnSetCompanyId(const Datagram& datagram);
+  // Takes the new address, answers, and reboots under it.
+  void OnWriteMac(const Datagram& datagram);
   // File blocks and Gets: file_transfer.cpp.
   void OnFileFrame(const Datagram& datagram);
 
@@ -87,6 +90,9 @@ class SimServer {
   // One short answer from module back to the sender of datagram.
   void SendAnswer(const VirtualModule& module, const Datagram& datagram, std::uint8_t command,
                   std::uint8_t result);
+  // The same, naming `peer` as the target.
+  void SendAnswerTo(const VirtualModule& module, const Datagram& datagram, const MacAddress& peer,
+                    std::uint8_t command, std::uint8_t result);
 
   // Sends what is due of the front job; returns when it is done, blocked or
   // has had its share of time.
@@ -109,6 +115,7 @@ class SimServer {
   std::vector<std::array<std::uint8_t, kFrameLength>> sendBuffers_;
   std::string hexLine_;
   FileTransfer files_;
+  MacWriteLog macLog_;
 };
 
 }  // namespace modsim

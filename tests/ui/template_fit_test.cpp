@@ -15,6 +15,8 @@
 #include "admin/operation_dialogs.h"
 #include "core/main_dialog.h"
 #include "platform/template_font.h"
+#include "production/mac_setup_dialog.h"
+#include "production/mac_writer_page.h"
 #include "scripted_prompter.h"
 #include "terminals/console_page.h"
 #include "terminals/network_page.h"
@@ -73,10 +75,15 @@ class TemplateFitTest : public QObject, test::OfflinePlatform {
     CCompanyIdDlg companyId;
     CSystemDataDlg systemData(prompter, main);
     CSerialSetupDlg serialSetup(SerialConfig{}, dir.path() + "/");
+    main.programDir = dir.path() + "/";
+    CMacWriterPage macWriter({platform, main, main, {}, {}, {}});
+    macWriter.OnInitDialog();
+    MacCounter counter;
+    CMacSetupDlg macSetup(counter);
     QStringList clipped;
-    for (QWidget* w :
-         std::initializer_list<QWidget*>{&main, &config, &console, &network, &connected, &howMany,
-                                         &companyId, &systemData, &serialSetup}) {
+    for (QWidget* w : std::initializer_list<QWidget*>{&main, &config, &console, &network,
+                                                      &connected, &howMany, &companyId, &systemData,
+                                                      &serialSetup, &macWriter, &macSetup}) {
       w->ensurePolished();
       for (const QString& text : Clipped(*w))
         clipped << w->metaObject()->className() + QString(": ") + text;

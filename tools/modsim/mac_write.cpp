@@ -55,6 +55,8 @@ std::map<std::string, std::function<bool(const std::string&)>> MacWriteOptionPar
          o.answerTarget = mac;
          return true;
        }},
+      {"--mac-answer-delay-ms",
+       [&o](const std::string& text) { return ParseLong(text, 0, 60'000, o.answerDelayMs); }},
       {"--mac-reboot-ms",
        [&o](const std::string& text) { return ParseLong(text, 0, 600'000, o.rebootMs); }},
       {"--mac-log",
@@ -69,6 +71,7 @@ const char* MacWriteUsageText() {
   return "  --mac-answer CODE        answer a Write MAC with 53, 57 or 82, or none (82)\n"
          "  --mac-result R           result of that answer; not 0 keeps the old MAC (0)\n"
          "  --mac-answer-target HEX12  name this MAC in the answer, not the requester's\n"
+         "  --mac-answer-delay-ms MS  take the MAC at once, answer this much later (0)\n"
          "  --mac-reboot-ms MS       silence after taking a MAC (--reboot-ms)\n"
          "  --mac-log FILE           append '<old MAC> <new MAC>' per MAC taken\n";
 }

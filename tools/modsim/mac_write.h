@@ -18,7 +18,10 @@ struct MacWriteOptions {
   std::uint8_t result = 0;  // not 0: refuse, keep the old address
   // Answer naming this MAC instead of the requester's.
   std::optional<MacAddress> answerTarget;
-  long rebootMs = -1;   // silence after a write; -1 takes --reboot-ms
+  long rebootMs = -1;  // silence after a write; -1 takes --reboot-ms
+  // The address is taken at once, the answer goes this much later: the
+  // window in which a tool that dies has lost a write it never heard of.
+  long answerDelayMs = 0;
   std::string logPath;  // "<old MAC> <new MAC>" per address taken
 };
 

@@ -212,6 +212,7 @@ int SimServer::Run(const volatile std::sig_atomic_t& stop) {
         wake = std::min(wake, std::max(job.due, now));
       }
     }
+    if (!delayed_.empty()) wake = std::min(wake, std::max(delayed_.front().due, now));
     const timespec timeout = ToTimespec(wake - now);
     if (ppoll(&socket, 1, &timeout, &waitMask) < 0) {
       if (errno == EINTR) continue;
@@ -219,6 +220,7 @@ int SimServer::Run(const volatile std::sig_atomic_t& stop) {
       return 1;
     }
     if (socket.revents & POLLIN) DrainSocket();
+    SendDueAnswers();
     if (!jobs_.empty()) {
       AnswerJob& job = jobs_.front();
       if (socket.revents & POLLOUT) job.waitWritable = false;
@@ -482,13 +484,30 @@ void SimServer::OnWriteMac(const Datagram& datagram) {
       MacAddress peer{};
       for (std::size_t i = 0; i < peer.size(); ++i) peer[i] = datagram.At(offset::sourceMac + i);
       if (o.answerTarget) peer = *o.answerTarget;
-      SendAnswerTo(*m, datagram, peer, static_cast<std::uint8_t>(o.answerCode), o.result);
+      const auto command = static_cast<std::uint8_t>(o.answerCode);
+      if (o.answerDelayMs > 0)
+        delayed_.push_back({datagram.arrived + std::chrono::milliseconds(o.answerDelayMs),
+                            static_cast<std::size_t>(m - modules_.data()), datagram.from, peer,
+                            command, o.result});
+      else
+        SendAnswerTo(*m, datagram, peer, command, o.result);
     }
     if (o.result != 0) continue;
     macLog_.Note(m->mac, newMac);
     m->mac = newMac;
     m->hiddenUntil = datagram.arrived +
                      std::chrono::milliseconds(o.rebootMs >= 0 ? o.rebootMs : options_.rebootMs);
+  }
+}
+
+void SimServer::SendDueAnswers() {
+  const auto now = Clock::now();
+  while (!delayed_.empty() && delayed_.front().due <= now) {
+    const DelayedAnswer& answer = delayed_.front();
+    Datagram datagram{};
+    datagram.from = answer.to;
+    SendAnswerTo(modules_[answer.module], datagram, answer.peer, answer.command, answer.result);
+    delayed_.pop_front();
   }
 }
 

@@ -116,6 +116,17 @@ class SimServer {
   std::string hexLine_;
   FileTransfer files_;
   MacWriteLog macLog_;
+  // Answers to Write MAC that wait for their moment, earliest first.
+  struct DelayedAnswer {
+    Clock::time_point due;
+    std::size_t module = 0;
+    sockaddr_in to{};
+    MacAddress peer{};
+    std::uint8_t command = 0;
+    std::uint8_t result = 0;
+  };
+  std::deque<DelayedAnswer> delayed_;
+  void SendDueAnswers();
 };
 
 }  // namespace modsim

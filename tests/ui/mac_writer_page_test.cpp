@@ -14,6 +14,7 @@
 #include "control_by_id.h"
 #include "controls/status_label.h"
 #include "core/process_values.h"
+#include "platform/template_font.h"
 #include "production/mac_writer_page.h"
 #include "scripted_prompter.h"
 
@@ -97,6 +98,8 @@ class MacWriterPageTest : public QObject {
   Q_OBJECT
 
  private slots:
+  void initTestCase() { QApplication::setFont(TemplateFont(QApplication::font())); }
+
   void startsInManualModeWithTheDefaultCounterAndTheTemplatesTexts() {
     Bench b;
     auto* manual = b.Control<QRadioButton>(1007);
@@ -120,6 +123,10 @@ class MacWriterPageTest : public QObject {
     QVERIFY(b.Control(1012) && !b.Control(1012)->isVisibleTo(b.page.get()));
     // No counter file is made at start.
     QVERIFY(!QFile::exists(b.File("mac_data_file.txt")));
+
+    // TORVEK_SHOT_DIR keeps a picture of the page as it starts, for a look by eye.
+    if (const QString shots = qEnvironmentVariable("TORVEK_SHOT_DIR"); !shots.isEmpty())
+      QVERIFY(b.page->grab().save(shots + "/mac_writer_page.png"));
 
     b.Control<QRadioButton>(1007)->click();
     QVERIFY(!b.Control(1008)->isEnabled());

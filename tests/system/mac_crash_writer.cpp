@@ -3,6 +3,7 @@
 // kills it at random moments; its program folder is the one given, so that
 // every run finds the counter the killed one left.
 #include <QApplication>
+#include <QFile>
 #include <QtTest/QTest>
 #include <cstdio>
 
@@ -47,9 +48,16 @@ int main(int argc, char** argv) {
   SystemAdapterInfo adapters;
   TempPaths paths(QString::fromLocal8Bit(argv[1]));
   Platform platform{prompter, launcher, beeper, clock, adapters, paths};
+  // What the last run left, to tell whether this start stepped past a write
+  // that was out when it was killed.
+  QFile saved(paths.ProgramDir() + "mac_data_file.txt");
+  const QByteArray before = saved.open(QIODevice::ReadOnly) ? saved.readAll() : QByteArray();
+  saved.close();
   CMainDlg dialog(platform);
   dialog.OnInitDialog();
   CMacWriterPage& page = *dialog.macWriterPage;
+  if (saved.open(QIODevice::ReadOnly) && saved.readAll() != before)
+    std::printf("stepped past a write in flight\n"), std::fflush(stdout);
   const QString written = "Success Mac Writing (system is rebooting)";
   for (int writes = 0;; ++writes) {
     if (!QTest::qWaitFor([&] { return dialog.ModuleList().RowCount() > 0; }, 3000)) {

@@ -67,6 +67,9 @@ void CMacWriterPage::OnInitDialog() {
   ui_->statusLabel->SetTextColor(0x000000).SetFontUnderline(true).SetFontSize(10).SetBkColor(
       0xFFFFFF);
   ui_->labelStepCombo->setCurrentIndex(0);
+  // The template's labels open links through the platform, should they be made links.
+  ui_->statusLabel->SetLauncher(&links_.platform.launcher);
+  ui_->currentWifiMacLabel->SetLauncher(&links_.platform.launcher);
 }
 
 bool CMacWriterPage::eventFilter(QObject* watched, QEvent* event) {

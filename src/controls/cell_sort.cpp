@@ -1,5 +1,6 @@
 #include "controls/cell_sort.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <limits>

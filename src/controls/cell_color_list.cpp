@@ -94,6 +94,29 @@ void CellTableModel::OnCellsChanged(int firstRow, int lastRow, int firstCol, int
   emit dataChanged(index(firstRow, firstCol), index(lastRow, lastCol));
 }
 
+void CellTableModel::OnRowsAboutToMove() {
+  // Every row must be shown before the view's indexes are moved.
+  FlushRows();
+  emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
+}
+
+void CellTableModel::OnRowsMoved(const std::vector<int>& newToOld) {
+  std::vector<int> oldToNew(newToOld.size());
+  for (std::size_t i = 0; i < newToOld.size(); ++i)
+    oldToNew[static_cast<std::size_t>(newToOld[i])] = static_cast<int>(i);
+  // The selection and the current row are persistent indexes: they follow
+  // their rows to the new places.
+  const QModelIndexList from = persistentIndexList();
+  QModelIndexList to;
+  to.reserve(from.size());
+  for (const QModelIndex& old : from) {
+    const auto row = static_cast<std::size_t>(old.row());
+    to.append(row < oldToNew.size() ? index(oldToNew[row], old.column()) : QModelIndex());
+  }
+  changePersistentIndexList(from, to);
+  emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+}
+
 CCellColorList::CCellColorList(QWidget* parent) : QTableView(parent), model_(table_, this) {
   setModel(&model_);
   setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -110,7 +133,8 @@ CCellColorList::CCellColorList(QWidget* parent) : QTableView(parent), model_(tab
   verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 4);
   horizontalHeader()->setMinimumSectionSize(0);
   horizontalHeader()->setHighlightSections(false);
-  horizontalHeader()->setSectionsClickable(false);
+  horizontalHeader()->setSectionsClickable(true);
+  connect(horizontalHeader(), &QHeaderView::sectionClicked, this, &CCellColorList::OnHeaderClick);
 }
 
 int CCellColorList::InsertColumn(int index, const QString& title, int format, int width,
@@ -123,8 +147,8 @@ int CCellColorList::InsertColumn(int index, const QString& title, int format, in
   return at;
 }
 
-int CCellColorList::InsertRow(int index, const QString& text) {
-  return table_.InsertRow(index, text.toStdString());
+int CCellColorList::InsertRow(int index, const QString& text, std::intptr_t userData) {
+  return table_.InsertRow(index, text.toStdString(), userData);
 }
 
 bool CCellColorList::SetCellText(int row, int column, const QString& text) {
@@ -149,6 +173,16 @@ void CCellColorList::SetCellBackground(int row, int column, Color color, bool re
 
 Color CCellColorList::GetCellBackground(int row, int column) const {
   return table_.GetCellBackground(row, column);
+}
+
+void CCellColorList::SetCellTextColor(int row, int column, Color color, bool redraw) {
+  table_.SetCellTextColor(row, column, color);
+  if (redraw) viewport()->repaint();
+}
+
+void CCellColorList::OnHeaderClick(int column) {
+  if (!horizontalHeader()->sectionsClickable()) return;
+  table_.SortByHeaderClick(column);
 }
 
 int CCellColorList::SelectedRow() const {

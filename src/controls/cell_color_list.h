@@ -29,6 +29,8 @@ class CellTableModel : public QAbstractTableModel, public CellTableObserver {
   void OnRowsInserted(int first, int last) override;
   void OnRowsReset() override;
   void OnCellsChanged(int firstRow, int lastRow, int firstCol, int lastCol) override;
+  void OnRowsAboutToMove() override;
+  void OnRowsMoved(const std::vector<int>& newToOld) override;
 
  private:
   CellTable& table_;
@@ -45,7 +47,7 @@ class CCellColorList : public QTableView {
 
   // format: 0 left, 1 right, 2 centred.
   int InsertColumn(int index, const QString& title, int format, int width, int subItem = -1);
-  int InsertRow(int index, const QString& text);
+  int InsertRow(int index, const QString& text, std::intptr_t userData = 0);
   bool SetCellText(int row, int column, const QString& text);
   QString GetItemText(int row, int column) const;
   int RowCount() const { return table_.RowCount(); }
@@ -54,6 +56,14 @@ class CCellColorList : public QTableView {
   // system's window colour. With `redraw` the list repaints at once.
   void SetCellBackground(int row, int column, Color color, bool redraw = false);
   Color GetCellBackground(int row, int column) const;
+  void SetCellTextColor(int row, int column, Color color, bool redraw = false);
+  // The value the row was inserted with; it follows the row through a sort.
+  std::intptr_t GetRowData(int row) const { return table_.GetRowData(row); }
+
+  // A click on a column header: sorts by that column, the same column again
+  // in the other direction. Tells nobody: an index kept outside the list goes
+  // on naming its old place, while the selection mark moves with its row.
+  void OnHeaderClick(int column);
 
   // The row the control shows as selected, or -1.
   int SelectedRow() const;

@@ -1,5 +1,7 @@
 #include "controls/cell_table.h"
 
+#include "controls/cell_sort.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -21,7 +23,8 @@ int CellTable::InsertColumn(int index, std::string title, Align align, int width
   columns_.insert(columns_.begin() + static_cast<std::ptrdiff_t>(at),
                   Column{std::move(title), align, width});
   // Every row keeps one cell, with its colours, per column.
-  for (auto& row : rows_) row.insert(row.begin() + static_cast<std::ptrdiff_t>(at), Cell{});
+  for (auto& row : rows_)
+    row.cells.insert(row.cells.begin() + static_cast<std::ptrdiff_t>(at), Cell{});
   // A key column that exists moves with its cells; one named before the
   // columns are made stays where it was named.
   if (keyExisted && keyColumn_ >= static_cast<int>(at)) ++keyColumn_;
@@ -29,21 +32,22 @@ int CellTable::InsertColumn(int index, std::string title, Align align, int width
   return static_cast<int>(at);
 }
 
-int CellTable::InsertRow(int index, std::string text) {
+int CellTable::InsertRow(int index, std::string text, std::intptr_t userData) {
   if (index < 0 || columns_.empty()) return -1;
-  std::vector<Cell> row(columns_.size());
-  row[0].text = std::move(text);
-  if (static_cast<std::size_t>(index) >= rows_.size()) return AppendCells(std::move(row));
-  rows_.insert(rows_.begin() + index, std::move(row));
+  std::vector<Cell> cells(columns_.size());
+  cells[0].text = std::move(text);
+  if (static_cast<std::size_t>(index) >= rows_.size())
+    return AppendRecord(RowRecord{std::move(cells), userData});
+  rows_.insert(rows_.begin() + index, RowRecord{std::move(cells), userData});
   ForgetSort();
   RebuildIndex();
   if (observer_) observer_->OnRowsInserted(index, index);
   return index;
 }
 
-int CellTable::AppendCells(std::vector<Cell> row) {
+int CellTable::AppendRecord(RowRecord row) {
   if (columns_.empty()) return -1;
-  row.resize(columns_.size());
+  row.cells.resize(columns_.size());
   const int index = RowCount();
   rows_.push_back(std::move(row));
   ForgetSort();
@@ -56,7 +60,7 @@ bool CellTable::SetCellText(int row, int column, std::string text) {
   if (!Inside(row, column)) return false;
   const bool key = column == keyColumn_;
   if (key) UnindexKey(row);
-  rows_[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)].text = std::move(text);
+  CellAt(row, column).text = std::move(text);
   if (key) IndexKey(row);
   ForgetSort();
   if (observer_) observer_->OnCellsChanged(row, row, column, column);
@@ -65,7 +69,7 @@ bool CellTable::SetCellText(int row, int column, std::string text) {
 
 const std::string& CellTable::GetItemText(int row, int column) const {
   if (!Inside(row, column)) return kEmpty;
-  return rows_[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)].text;
+  return CellAt(row, column).text;
 }
 
 int CellTable::DeleteAllRows() {
@@ -84,8 +88,7 @@ void CellTable::PaintCells(int row, int column, Fn&& paint) {
   const int r0 = allRows ? 0 : row, r1 = allRows ? RowCount() - 1 : row;
   const int c0 = allColumns ? 0 : column, c1 = allColumns ? ColumnCount() - 1 : column;
   for (int r = r0; r <= r1; ++r)
-    for (int c = c0; c <= c1; ++c)
-      paint(rows_[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)]);
+    for (int c = c0; c <= c1; ++c) paint(CellAt(r, c));
   if (observer_) observer_->OnCellsChanged(r0, r1, c0, c1);
 }
 
@@ -99,12 +102,50 @@ void CellTable::SetCellTextColor(int row, int column, Color color) {
 
 Color CellTable::GetCellBackground(int row, int column) const {
   if (!Inside(row, column)) return kSystemColor;
-  return rows_[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)].backColor;
+  return CellAt(row, column).backColor;
 }
 
 Color CellTable::GetCellTextColor(int row, int column) const {
   if (!Inside(row, column)) return kSystemColor;
-  return rows_[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)].textColor;
+  return CellAt(row, column).textColor;
+}
+
+std::intptr_t CellTable::GetRowData(int row) const {
+  if (row < 0 || row >= RowCount()) return 0;
+  return rows_[static_cast<std::size_t>(row)].userData;
+}
+
+void CellTable::SortByHeaderClick(int column) {
+  SortRows(column, column == sortColumn ? !sortAscending : true);
+}
+
+bool CellTable::SortRows(int column, bool ascending) {
+  sortColumn = column;
+  sortAscending = ascending;
+  if (column < 0 || column >= ColumnCount() || RowCount() < 2) return false;
+  std::vector<const std::string*> texts;
+  texts.reserve(rows_.size());
+  for (const RowRecord& row : rows_)
+    texts.push_back(&row.cells[static_cast<std::size_t>(column)].text);
+  const std::vector<int> newToOld = SortOrder(texts, ascending);
+  if (observer_) observer_->OnRowsAboutToMove();
+  std::vector<RowRecord> sorted;
+  sorted.reserve(rows_.size());
+  for (int old : newToOld) sorted.push_back(std::move(rows_[static_cast<std::size_t>(old)]));
+  rows_ = std::move(sorted);
+  if (firstRowByKey_.size() == rows_.size()) {
+    // Every key is held by one row, as MACs are: move each entry along
+    // instead of hashing every key anew.
+    std::vector<int> oldToNew(newToOld.size());
+    for (std::size_t i = 0; i < newToOld.size(); ++i)
+      oldToNew[static_cast<std::size_t>(newToOld[i])] = static_cast<int>(i);
+    for (auto& entry : firstRowByKey_)
+      entry.second = oldToNew[static_cast<std::size_t>(entry.second)];
+  } else {
+    RebuildIndex();
+  }
+  if (observer_) observer_->OnRowsMoved(newToOld);
+  return true;
 }
 
 int CellTable::FindRow(const std::string& text) const {

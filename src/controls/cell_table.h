@@ -28,6 +28,13 @@ struct Cell {
   Color backColor = kSystemColor;
 };
 
+// Everything that belongs to one row and follows it through a sort: its cells
+// with their colours, and the value its owner gave it when it was inserted.
+struct RowRecord {
+  std::vector<Cell> cells;
+  std::intptr_t userData = 0;
+};
+
 // Told of every change, so that a view can follow. Appended rows may be
 // reported late and in batches by the view itself; see CCellColorList.
 class CellTableObserver {
@@ -37,6 +44,10 @@ class CellTableObserver {
   virtual void OnRowsInserted(int first, int last) = 0;
   virtual void OnRowsReset() = 0;
   virtual void OnCellsChanged(int firstRow, int lastRow, int firstCol, int lastCol) = 0;
+  // Around a sort: rows keep their content and change places. newToOld[i] is
+  // the old index of the row now at i.
+  virtual void OnRowsAboutToMove() = 0;
+  virtual void OnRowsMoved(const std::vector<int>& newToOld) = 0;
 };
 
 class CellTable {
@@ -51,7 +62,7 @@ class CellTable {
   const Column& ColumnAt(int column) const { return columns_[static_cast<std::size_t>(column)]; }
 
   // Inserts a row with `text` in its first cell; gives its index, -1 on failure.
-  int InsertRow(int index, std::string text);
+  int InsertRow(int index, std::string text, std::intptr_t userData = 0);
   // Appends a row with all its texts at once (missing cells stay empty).
   template <typename Texts>
   int AppendRow(Texts&& texts) {
@@ -61,7 +72,7 @@ class CellTable {
       if (i >= row.size()) break;
       row[i++].text = std::move(t);
     }
-    return AppendCells(std::move(row));
+    return AppendRecord(RowRecord{std::move(row), 0});
   }
   bool SetCellText(int row, int column, std::string text);
   // Empty for a cell outside the table.
@@ -77,15 +88,32 @@ class CellTable {
   Color GetCellBackground(int row, int column) const;
   Color GetCellTextColor(int row, int column) const;
 
+  // The value given to a row at its insertion; 0 outside the table.
+  std::intptr_t GetRowData(int row) const;
+
   // The first row whose key cell is exactly `text` (case-sensitive), or -1.
   int FindRow(const std::string& text) const;
+
+  // A click on a column's header: the same column again flips the direction,
+  // another one sorts ascending.
+  void SortByHeaderClick(int column);
+  // Sorts the rows by the texts of `column` and remembers it as the last
+  // sort. Rows take their records and colours along. False when nothing moved
+  // (no such column, or fewer than two rows).
+  bool SortRows(int column, bool ascending);
 
   // The last sort; any change of content forgets it.
   int sortColumn = -1;
   bool sortAscending = true;
 
  private:
-  int AppendCells(std::vector<Cell> row);
+  int AppendRecord(RowRecord row);
+  Cell& CellAt(int row, int column) {
+    return rows_[static_cast<std::size_t>(row)].cells[static_cast<std::size_t>(column)];
+  }
+  const Cell& CellAt(int row, int column) const {
+    return rows_[static_cast<std::size_t>(row)].cells[static_cast<std::size_t>(column)];
+  }
   bool Inside(int row, int column) const;
   void ForgetSort();
   void IndexKey(int row);
@@ -95,7 +123,7 @@ class CellTable {
   void PaintCells(int row, int column, Fn&& paint);
 
   std::vector<Column> columns_;
-  std::vector<std::vector<Cell>> rows_;
+  std::vector<RowRecord> rows_;
   int keyColumn_ = -1;
   std::unordered_map<std::string, int> firstRowByKey_;
   CellTableObserver* observer_ = nullptr;

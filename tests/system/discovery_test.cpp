@@ -2,6 +2,7 @@
 // what the receive path does with bad datagrams.
 #include <QApplication>
 #include <QCheckBox>
+#include <QHeaderView>
 #include <QUdpSocket>
 #include <QtTest/QTest>
 #include <array>
@@ -169,6 +170,42 @@ class DiscoveryTest : public QObject {
     d.fileJobRunning = false;
     d.SelectRow(0);
     QCOMPARE(d.selectedModuleIp, QString("10.77.128.1"));
+  }
+
+  // A sort moves the rows and the selection mark, and tells the window
+  // nothing: selectedRow keeps its number and now names another module.
+  void headerSortMovesTheMarkButNotTheSelection() {
+    ModSim sim({"--count", "3", "--names", "charlie,alpha,bravo"});
+    QVERIFY(sim.Start());
+    LabWindow w;
+    CMainDlg& d = w.dialog;
+    QVERIFY(d.OnInitDialog());
+    d.show();
+    CCellColorList& list = d.ModuleList();
+    QTRY_COMPARE(list.model().rowCount(), 3);
+    QTest::mouseClick(list.viewport(), Qt::LeftButton, {},
+                      list.visualRect(list.model().index(0, 0)).center());
+    QCOMPARE(d.selectedRow, 0);
+    const QString title = d.windowTitle();
+
+    QHeaderView* header = list.horizontalHeader();
+    QTest::mouseClick(header->viewport(), Qt::LeftButton, {},
+                      QPoint(header->sectionViewportPosition(0) + 5, header->height() / 2));
+    QCOMPARE(list.GetItemText(0, 0), QString("alpha"));
+    QCOMPARE(list.GetItemText(2, 0), QString("charlie"));
+    QCOMPARE(list.SelectedRow(), 2);
+    QCOMPARE(d.selectedRow, 0);
+    QCOMPARE(d.selectedModuleMac, (MacAddress{0x00, 0x0E, 0xE3, 0x00, 0x00, 0x01}));
+    QCOMPARE(d.selectedAddress, QString("10.77.128.1"));
+    QCOMPARE(d.windowTitle(), title);
+    // The key index follows the rows.
+    QCOMPARE(d.FindRowByMac("00-0E-E3-00-00-01"), 2);
+    QCOMPARE(d.FindRowByMac("00-0E-E3-00-00-02"), 0);
+    // The arrow keys go on from the mark.
+    QTest::keyClick(&list, Qt::Key_Up);
+    QCOMPARE(d.selectedRow, 1);
+    QCOMPARE(d.selectedAddress, QString("10.77.128.3"));
+    QVERIFY(w.prompter.boxes.isEmpty());
   }
 
   void badDatagramsReachTheStatusLineAndReceivingGoesOn() {

@@ -167,8 +167,11 @@ void CMainDlg::CreatePages() {
   tabs->addTab(upgraderPage = new CUpgraderPage({platform_, *serialLine_, *this, *this, *this}),
                "Upgrader");
   tabs->addTab(macWriterPage = new CMacWriterPage, "Mac Writer");
-  tabs->addTab(radioTestPage = new CRadioTestPage, "Ceritification");
-  tabs->addTab(jigPage = new CJigPage, "Jig_tool");
+  tabs->addTab(radioTestPage = new CRadioTestPage(platform_.prompter), "Ceritification");
+  jigSession_.reset(
+      new JigSession({platform_, *this, moduleList_->table(), [this] { StartSearch(); }}));
+  tabs->addTab(jigPage = new CJigPage(*jigSession_), "Jig_tool");
+  jigSession_->Open();
   for (int i = 0; i < tabs->count(); ++i) LeaveEscapeOnPage(tabs->widget(i));
   tabs->setCurrentIndex(0);
   configPage->OnInitDialog();
@@ -388,6 +391,7 @@ void CMainDlg::OnDestroy() {
   if (managementSocket.IsOpen()) platform_.clock.WaitOnUiThread(100);
   managementSocket.Close();
   if (networkSession_) networkSession_->Close();
+  if (jigSession_) jigSession_->Close();
 }
 
 // The command list.

@@ -37,6 +37,7 @@ struct ConfigLinks;
 class FileDownload;
 class FileSender;
 class FileUpload;
+class JigSession;
 class ModuleShortcuts;
 class NetworkSession;
 class SerialLine;
@@ -127,6 +128,7 @@ class CMainDlg : public QDialog,
   NetworkSession& networkSession() { return *networkSession_; }
   FileUpload& fileUpload() { return *fileUpload_; }
   FileDownload& fileDownload() { return *fileDownload_; }
+  JigSession& jigSession() { return *jigSession_; }
   CNotifySocket managementSocket;
 
   CConfigPage* configPage = nullptr;
@@ -171,6 +173,7 @@ class CMainDlg : public QDialog,
   std::unique_ptr<NetworkSession> networkSession_;
   std::unique_ptr<FileUpload> fileUpload_;
   std::unique_ptr<FileDownload> fileDownload_;
+  std::unique_ptr<JigSession> jigSession_;
   bool endedDuringStartUp_ = false;
   bool destroyed_ = false;
 };

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "file_transfer.h"
+#include "jig_service.h"
 #include "virtual_module.h"
 
 namespace modsim {
@@ -49,6 +50,7 @@ struct SimOptions {
   bool quiet = false;
   bool help = false;
   FileOptions files;
+  JigOptions jig;
 };
 
 // Fills options from argv. On a bad value returns false with a one-line reason.

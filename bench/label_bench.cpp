@@ -21,6 +21,12 @@ using namespace torvek::bench;
 
 namespace {
 
+// The bench presses no Mac Write: nothing is sent.
+struct NoSearch : SearchingSender {
+  bool SendFrameAndSearch(std::uint8_t*) override { return false; }
+  void StartSearch() override {}
+};
+
 double PrintfLines(const QString& path) {
   QElapsedTimer clock;
   clock.start();
@@ -43,7 +49,8 @@ int main(int argc, char** argv) {
   ProgramValues program;
   program.programDir = env.dir.path() + "/";
   Selection selection;
-  CMacWriterPage page(MacWriterLinks{env.platform, program, selection, {}, {}, {}});
+  NoSearch sender;
+  CMacWriterPage page(MacWriterLinks{env.platform, program, selection, sender, {}});
   page.OnInitDialog();
   page.show();
   if (!QTest::qWaitForWindowExposed(&page)) return 2;

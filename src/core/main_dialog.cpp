@@ -166,19 +166,16 @@ void CMainDlg::CreatePages() {
                "Console");
   tabs->addTab(upgraderPage = new CUpgraderPage({platform_, *serialLine_, *this, *this, *this}),
                "Upgrader");
-  tabs->addTab(macWriterPage = new CMacWriterPage(
-                   {platform_,
-                    *this,
-                    *this,
-                    [this](std::uint8_t* frame) { return SendFrameAndSearch(frame); },
-                    [this] { StartSearch(); },
-                    {}}),
+  tabs->addTab(macWriterPage = new CMacWriterPage({platform_, *this, *this, *this, {}}),
                "Mac Writer");
   OnMacWriteAnswer = [page = macWriterPage](const std::uint8_t* frame, std::size_t length) {
     page->OnMacWriteAnswer(frame, length);
   };
-  tabs->addTab(radioTestPage = new CRadioTestPage, "Ceritification");
-  tabs->addTab(jigPage = new CJigPage, "Jig_tool");
+  tabs->addTab(radioTestPage = new CRadioTestPage(platform_.prompter), "Ceritification");
+  jigSession_.reset(
+      new JigSession({platform_, *this, moduleList_->table(), [this] { StartSearch(); }}));
+  tabs->addTab(jigPage = new CJigPage(*jigSession_), "Jig_tool");
+  jigSession_->Open();
   for (int i = 0; i < tabs->count(); ++i) LeaveEscapeOnPage(tabs->widget(i));
   tabs->setCurrentIndex(0);
   configPage->OnInitDialog();
@@ -399,6 +396,7 @@ void CMainDlg::OnDestroy() {
   if (managementSocket.IsOpen()) platform_.clock.WaitOnUiThread(100);
   managementSocket.Close();
   if (networkSession_) networkSession_->Close();
+  if (jigSession_) jigSession_->Close();
 }
 
 // The command list.

@@ -37,6 +37,7 @@ struct ConfigLinks;
 class FileDownload;
 class FileSender;
 class FileUpload;
+class JigSession;
 class ModuleShortcuts;
 class NetworkSession;
 class SerialLine;
@@ -48,6 +49,7 @@ class CMainDlg : public QDialog,
                  public SerialFields,
                  public CommandListState,
                  public FrameSender,
+                 public SearchingSender,
                  public ConsoleHost {
   Q_OBJECT
  public:
@@ -64,7 +66,7 @@ class CMainDlg : public QDialog,
   bool SendFrame(std::uint8_t* frame, std::size_t length) override;
   void StampFrame(std::uint8_t* frame, std::size_t length);
   // A request whose answer changes the list: send it and search again.
-  bool SendFrameAndSearch(std::uint8_t* frame);
+  bool SendFrameAndSearch(std::uint8_t* frame) override;
   // One block of a file job, by the job's settings; not stamped here. Safe on
   // the file sender's thread: it reads the targets that the UI thread
   // published, never the list. False when a send failed; the status line
@@ -83,7 +85,7 @@ class CMainDlg : public QDialog,
 
   // Discovery and the selection.
   void OnFindDevices();
-  void StartSearch();
+  void StartSearch() override;
   void OnModuleRecord();
   int FindRowByMac(const QString& macText) const;
   void SelectRow(int row);
@@ -127,6 +129,7 @@ class CMainDlg : public QDialog,
   NetworkSession& networkSession() { return *networkSession_; }
   FileUpload& fileUpload() { return *fileUpload_; }
   FileDownload& fileDownload() { return *fileDownload_; }
+  JigSession& jigSession() { return *jigSession_; }
   CNotifySocket managementSocket;
 
   CConfigPage* configPage = nullptr;
@@ -171,6 +174,7 @@ class CMainDlg : public QDialog,
   std::unique_ptr<NetworkSession> networkSession_;
   std::unique_ptr<FileUpload> fileUpload_;
   std::unique_ptr<FileDownload> fileDownload_;
+  std::unique_ptr<JigSession> jigSession_;
   bool endedDuringStartUp_ = false;
   bool destroyed_ = false;
 };

@@ -27,8 +27,9 @@ struct ProgramValues {
 };
 
 // The module chosen in the list. Writer: the main dialog on the UI thread
-// (its list handlers, and the shortcuts and command list it routes). The file
-// sender never reads it; it reads the targets published from it.
+// (its list handlers, and the shortcuts and command list it routes); the jig
+// session sets selectedAddress to the only module's when none was chosen. The
+// file sender never reads it; it reads the targets published from it.
 struct Selection {
   int selectedRow = -1;
   QString selectedModuleType = "G : default";

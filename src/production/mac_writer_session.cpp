@@ -102,7 +102,7 @@ bool MacWriterSession::SendMacWrite(const MacBytes& newMac, int writeMode) {
   }
   FillMacWriteFrame(frame_.data(), frame_.size(), links_.program.pcMac,
                     links_.selection.selectedModuleMac, newMac);
-  links_.sendFrameAndSearch(frame_.data());
+  links_.sender.SendFrameAndSearch(frame_.data());
   macWritePending = true;
   return true;
 }
@@ -150,7 +150,7 @@ bool MacWriterSession::MakeLabel(int step) {
 void MacWriterSession::StartRebootTimer() { rebootTimer_.start(); }
 
 void MacWriterSession::OnRebootTimer() {
-  links_.startSearch();
+  links_.sender.StartSearch();
   rebootTimer_.stop();
   links_.platform.beeper.Beep();
 }

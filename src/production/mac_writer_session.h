@@ -8,6 +8,7 @@
 #include <QTimer>
 #include <functional>
 
+#include "core/frame_sender.h"
 #include "core/management_frame.h"
 #include "production/mac_records.h"
 
@@ -22,12 +23,8 @@ struct MacWriterLinks {
   Platform& platform;
   const ProgramValues& program;
   const Selection& selection;
-  // Stamps and broadcasts a request, then searches again (or is refused by a
-  // running file job).
-  std::function<bool(std::uint8_t* frame)> sendFrameAndSearch;
-  // A search without the file job's check.
-  std::function<void()> startSearch;
-  // The status line of the page, by code.
+  SearchingSender& sender;
+  // The status line of the page, by code; the page puts it in.
   std::function<void(int code)> reportStatus;
 };
 

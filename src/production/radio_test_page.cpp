@@ -1,10 +1,40 @@
 #include "production/radio_test_page.h"
 
+#include <QRadioButton>
+
+#include "platform/prompter.h"
+#include "production/radio_choices.h"
+#include "ui_radio_test_page.h"
+
 namespace torvek {
 
-CRadioTestPage::CRadioTestPage(QWidget* parent) : QWidget(parent) {
+CRadioTestPage::CRadioTestPage(Prompter& prompter, QWidget* parent)
+    : QWidget(parent), prompter_(prompter), ui_(std::make_unique<Ui::RadioTestPage>()) {
+  ui_->setupUi(this);
   setObjectName("radio_test_page");
-  setProperty("controlId", 143);
+  for (QRadioButton* radio : findChildren<QRadioButton*>()) {
+    const int id = radio->property("controlId").toInt();
+    connect(radio, &QRadioButton::clicked, this, [this, id] { SelectRadioTest(id); });
+  }
+  connect(ui_->startTestButton, &QPushButton::clicked, this, &CRadioTestPage::OnStartTest);
+  SelectRadioTest(kFirstRadioChoice);
+}
+
+CRadioTestPage::~CRadioTestPage() = default;
+
+void CRadioTestPage::SelectRadioTest(int id) {
+  const std::string_view description = RadioChoiceDescription(id);
+  if (description.empty()) return;
+  for (QRadioButton* radio : findChildren<QRadioButton*>())
+    if (radio->property("controlId").toInt() == id) radio->setChecked(true);
+  radioChoice = id;
+  radioChoiceText = QString::fromLatin1(description.data(), qsizetype(description.size()));
+  ui_->choiceBox->setPlainText(radioChoiceText);
+}
+
+void CRadioTestPage::OnStartTest() {
+  const std::string_view description = RadioChoiceDescription(radioChoice);
+  prompter_.Message(QString::fromLatin1(description.data(), qsizetype(description.size())));
 }
 
 }  // namespace torvek

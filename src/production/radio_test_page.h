@@ -1,14 +1,36 @@
+// The "Ceritification" tab: the operator picks the radio test program for the
+// connected module. No program exists yet; the button confirms the choice.
 #pragma once
 
+#include <QString>
 #include <QWidget>
+#include <memory>
+
+namespace Ui {
+class RadioTestPage;
+}
 
 namespace torvek {
 
-// Page of template 143; its controls arrive with its own work.
+class Prompter;
+
 class CRadioTestPage : public QWidget {
   Q_OBJECT
  public:
-  explicit CRadioTestPage(QWidget* parent = nullptr);
+  explicit CRadioTestPage(Prompter& prompter, QWidget* parent = nullptr);
+  ~CRadioTestPage() override;
+
+  // Checks the radio button `id` and shows its description in box 1023.
+  void SelectRadioTest(int id);
+  // Button 1068: a box with the description of the current choice.
+  void OnStartTest();
+
+  int radioChoice = 0;
+  QString radioChoiceText;
+
+ private:
+  Prompter& prompter_;
+  std::unique_ptr<Ui::RadioTestPage> ui_;
 };
 
 }  // namespace torvek

@@ -106,7 +106,7 @@ class StartUpTest : public QObject {
       tabs->setCurrentIndex(tab);
       QCOMPARE(d.commandList().isVisible(), tab == 2);
       QCOMPARE(d.ModuleList().isVisible(), tab != 2);
-      QCOMPARE(d.jigPage->arpFlushEnabled, tab == 6);
+      QCOMPARE(d.jigPage->ArpFlushEnabled(), tab == 6);
     }
     QCOMPARE(tabs->widget(1), pageBefore);
 

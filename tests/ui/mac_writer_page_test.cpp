@@ -43,7 +43,7 @@ std::array<std::uint8_t, 1228> Answer(std::uint8_t result, const MacAddress& tar
 }
 
 // A page with what the main window would give it, and a record of what it sent.
-struct Bench : OfflinePlatform {
+struct Bench : OfflinePlatform, SearchingSender {
   ProgramValues program;
   Selection selection;
   QList<QByteArray> sent;
@@ -58,18 +58,15 @@ struct Bench : OfflinePlatform {
     selection.selectedModuleType = type;
     Restart();
   }
+  bool SendFrameAndSearch(std::uint8_t* frame) override {
+    sent << QByteArray(reinterpret_cast<const char*>(frame), 1225);
+    return true;
+  }
+  void StartSearch() override { ++searches; }
   // A new run of the program over the same folder.
   void Restart() {
-    page = std::make_unique<CMacWriterPage>(
-        MacWriterLinks{platform,
-                       program,
-                       selection,
-                       [this](std::uint8_t* frame) {
-                         sent << QByteArray(reinterpret_cast<const char*>(frame), 1225);
-                         return true;
-                       },
-                       [this] { ++searches; },
-                       {}});
+    page =
+        std::make_unique<CMacWriterPage>(MacWriterLinks{platform, program, selection, *this, {}});
     page->OnInitDialog();
   }
   QString File(const QString& name) const { return program.programDir + name; }

@@ -13,10 +13,13 @@
 
 #include "admin/config_page.h"
 #include "admin/operation_dialogs.h"
+#include "controls/cell_table.h"
 #include "core/main_dialog.h"
 #include "platform/template_font.h"
+#include "production/jig_page.h"
 #include "production/mac_setup_dialog.h"
 #include "production/mac_writer_page.h"
+#include "production/radio_test_page.h"
 #include "scripted_prompter.h"
 #include "terminals/console_page.h"
 #include "terminals/network_page.h"
@@ -76,14 +79,19 @@ class TemplateFitTest : public QObject, test::OfflinePlatform {
     CSystemDataDlg systemData(prompter, main);
     CSerialSetupDlg serialSetup(SerialConfig{}, dir.path() + "/");
     main.programDir = dir.path() + "/";
-    CMacWriterPage macWriter({platform, main, main, {}, {}, {}});
+    CMacWriterPage macWriter({platform, main, main, main, {}});
     macWriter.OnInitDialog();
     MacCounter counter;
     CMacSetupDlg macSetup(counter);
+    CRadioTestPage radioTest(prompter);
+    CellTable noModules;
+    JigSession jigSession({platform, main, noModules, {}});
+    CJigPage jig(jigSession);
     QStringList clipped;
-    for (QWidget* w : std::initializer_list<QWidget*>{&main, &config, &console, &network,
-                                                      &connected, &howMany, &companyId, &systemData,
-                                                      &serialSetup, &macWriter, &macSetup}) {
+    for (QWidget* w :
+         std::initializer_list<QWidget*>{&main, &config, &console, &network, &connected, &howMany,
+                                         &companyId, &systemData, &serialSetup, &macWriter,
+                                         &macSetup, &radioTest, &jig}) {
       w->ensurePolished();
       for (const QString& text : Clipped(*w))
         clipped << w->metaObject()->className() + QString(": ") + text;

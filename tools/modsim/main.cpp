@@ -5,6 +5,7 @@
 #include <string>
 
 #include "data_ports.h"
+#include "jig_service.h"
 #include "sim_options.h"
 #include "sim_server.h"
 
@@ -58,6 +59,14 @@ int main(int argc, char** argv) {
     }
     dataPorts = std::make_unique<modsim::DataPorts>(mode, modules, options.dataLogPath);
     if (!dataPorts->Start(error)) {
+      std::fprintf(stderr, "torvek-modsim: %s\n", error.c_str());
+      return 1;
+    }
+  }
+  std::unique_ptr<modsim::JigService> jig;
+  if (options.jig.enabled) {
+    jig = std::make_unique<modsim::JigService>(options.jig, modules);
+    if (!jig->Start(error)) {
       std::fprintf(stderr, "torvek-modsim: %s\n", error.c_str());
       return 1;
     }

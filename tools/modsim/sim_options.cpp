@@ -170,7 +170,7 @@ const char* UsageText() {
           "  --data-log FILE          append '<tcp|udp> <ip>:<port> <hex>' per data arrival\n"
           "  --lifetime S             exit after S seconds, 1..86400 (600)\n"
           "  --quiet                  no summary line per search\n") +
-      FileUsageText() + MacWriteUsageText();
+      FileUsageText() + MacWriteUsageText() + JigUsageText();
   return text.c_str();
 }
 
@@ -267,6 +267,7 @@ bool ParseOptions(int argc, char** argv, SimOptions& o, std::string& error) {
   };
   withValue.merge(FileOptionParsers(o.files));
   withValue.merge(MacWriteOptionParsers(o.macWrite));
+  withValue.merge(JigOptionParsers(o.jig));
   const std::map<std::string, bool*> flags = {
       {"--wan", &o.wan},     {"--dup-mac", &o.dupMac}, {"--log-destination", &o.logDestination},
       {"--quiet", &o.quiet}, {"--help", &o.help},      {"-h", &o.help}};

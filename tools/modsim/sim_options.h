@@ -7,6 +7,7 @@
 
 #include "file_transfer.h"
 #include "mac_write.h"
+#include "jig_service.h"
 #include "virtual_module.h"
 
 namespace modsim {
@@ -51,6 +52,7 @@ struct SimOptions {
   bool help = false;
   FileOptions files;
   MacWriteOptions macWrite;
+  JigOptions jig;
 };
 
 // Fills options from argv. On a bad value returns false with a one-line reason.

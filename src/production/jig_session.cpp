@@ -1,0 +1,182 @@
+#include "production/jig_session.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <algorithm>
+
+#include "controls/cell_table.h"
+#include "core/module_record.h"
+#include "platform/platform.h"
+
+namespace torvek {
+
+namespace {
+
+QString Text(std::string_view text) {
+  return QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+constexpr int kArpFlushMs = 2000;
+
+}  // namespace
+
+JigSession::JigSession(JigLinks links, QObject* parent)
+    : QObject(parent), links_(std::move(links)), socket_(links_.platform.prompter) {
+  arpTimer_.setObjectName("timer1432");
+  arpTimer_.setInterval(kArpFlushMs);
+  connect(&arpTimer_, &QTimer::timeout, this, &JigSession::OnArpTimer);
+  stepTimer_.setSingleShot(true);
+  connect(&stepTimer_, &QTimer::timeout, this, &JigSession::RunSteps);
+}
+
+JigSession::~JigSession() { socket_.Close(); }
+
+void JigSession::Open() {
+  if (!socket_.CreateDatagram(0)) links_.platform.prompter.Message(Text(kJigSocketErrorText));
+  socket_.SetNotifyMessage(WM_SOCKET_NOTIFY);
+  socket_.SetNotifyWindow(this);
+  SetArpFlush(false);
+}
+
+void JigSession::Close() {
+  stepTimer_.stop();
+  arpTimer_.stop();
+  socket_.Close();
+}
+
+void JigSession::SendJigRequest(std::uint8_t item) {
+  const JigRequest request = BuildJigRequest(item);
+  QString& address = links_.selection.selectedAddress;
+  const JigTarget target = ChooseJigTarget(!address.isEmpty(), links_.moduleList.RowCount());
+  if (const std::string_view refusal = JigTargetRefusal(target); !refusal.empty()) {
+    links_.platform.prompter.Message(Text(refusal));
+    return;
+  }
+  // It stays the address of later requests, also after a new search.
+  if (target == JigTarget::FirstRow)
+    address = QString::fromStdString(links_.moduleList.GetItemText(0, kColLanIp));
+  // Fire and forget; a socket that never opened sends nothing, silently.
+  socket_.SendTo(request.data(), request.size(), kJigPort, address.toStdString());
+}
+
+void JigSession::OnRowTest(std::uint8_t item) {
+  SendJigRequest(item);
+  const JigRow* row = JigRowOfItem(item);
+  if (row && view_) view_->SetResult(row->resultId, Text(kJigRowWaitingText));
+}
+
+void JigSession::OnAllTest() {
+  ++run_;
+  stepTimer_.stop();
+  steps_ = AllTestPressSteps();
+  next_ = 0;
+  RunSteps();
+}
+
+void JigSession::OnAllTestStep(long long wParam) {
+  const std::span<const JigStep> steps = AllTestStepSteps(wParam);
+  if (steps.empty()) return;
+  ++run_;
+  stepTimer_.stop();
+  steps_ = steps;
+  next_ = 0;
+  RunSteps();
+}
+
+void JigSession::RunSteps() {
+  const unsigned run = run_;
+  // A box of a step runs its own event loop; a run started from there ends
+  // this one.
+  while (run == run_ && next_ < steps_.size()) {
+    const JigStep step = steps_[next_++];
+    switch (step.kind) {
+      case JigStepKind::SetAllWaiting:
+        if (view_) view_->SetAllResults(Text(kJigRunWaitingText));
+        break;
+      case JigStepKind::Search:
+        if (links_.startSearch) links_.startSearch();
+        break;
+      case JigStepKind::Repaint:
+        if (view_) view_->RepaintWindow();
+        break;
+      case JigStepKind::Pause: stepTimer_.start(step.value); return;
+      case JigStepKind::DateLine: {
+        const QDateTime now = links_.platform.clock.LocalNow();
+        const QDate d = now.date();
+        const QTime t = now.time();
+        AppendReport(
+            JigRunDateLine(d.year(), d.month(), d.day(), t.hour(), t.minute(), t.second()));
+        break;
+      }
+      case JigStepKind::PostStep:
+        // Behind the answers already queued, as the search's records are.
+        QCoreApplication::postEvent(this, new PrivateMessage(WM_JIG_STEP, 1, 0));
+        break;
+      case JigStepKind::Request: OnRowTest(static_cast<std::uint8_t>(step.value)); break;
+    }
+  }
+}
+
+void JigSession::OnJigAnswer(long long wParam, long long length) {
+  // A receive error reads as an all-zero answer, which no code matches.
+  const std::size_t taken =
+      wParam == CNotifySocket::kData
+          ? static_cast<std::size_t>(std::clamp<long long>(length, 0, socket_.receivedLength))
+          : 0;
+  const JigAnswer answer = ReadJigAnswer(socket_.receiveBuffer.data(), taken);
+  const CellTable& list = links_.moduleList;
+  const std::string noMac;
+  const JigAnswerEffect effect =
+      DecideJigAnswer(answer, list.RowCount() > 0 ? list.GetItemText(0, kColMac) : noMac);
+  if (!effect.known) {
+    links_.platform.prompter.Message(Text(kJigUnknownText));
+    return;
+  }
+  for (const std::string& field : effect.fields) AppendReport(field);
+  if (view_) view_->SetResult(effect.resultId, Text(effect.label));
+}
+
+bool JigSession::AppendReport(std::string_view text) {
+  QFile report(ReportPath());
+  if (!report.open(QIODevice::Append | QIODevice::Text)) {
+    links_.platform.prompter.Message(Text(kJigReportFailedText));
+    return false;
+  }
+  const std::string write = JigReportWrite(text);
+  report.write(write.data(), static_cast<qint64>(write.size()));
+  return true;
+}
+
+void JigSession::OnViewResult() { links_.platform.launcher.OpenFile(ReportPath()); }
+
+void JigSession::SetArpFlush(bool on) {
+  arpFlushEnabled = on;
+  if (!on) {
+    arpTimer_.stop();
+  } else if (!arpTimer_.isActive()) {
+    arpTimer_.start();
+  }
+}
+
+void JigSession::OnArpTimer() {
+  if (arpFlushEnabled) links_.platform.launcher.StartHidden("ip", {"neigh", "flush", "all"});
+}
+
+QString JigSession::ReportPath() const {
+  return links_.platform.paths.FixedFile(Text(kJigReportName));
+}
+
+bool JigSession::event(QEvent* event) {
+  if (event->type() == PrivateMessage::TypeOf(WM_SOCKET_NOTIFY)) {
+    const auto* message = static_cast<PrivateMessage*>(event);
+    OnJigAnswer(message->wParam, message->lParam);
+    return true;
+  }
+  if (event->type() == PrivateMessage::TypeOf(WM_JIG_STEP)) {
+    OnAllTestStep(static_cast<PrivateMessage*>(event)->wParam);
+    return true;
+  }
+  return QObject::event(event);
+}
+
+}  // namespace torvek

@@ -26,6 +26,8 @@ JigSession::JigSession(JigLinks links, QObject* parent)
   arpTimer_.setInterval(kArpFlushMs);
   connect(&arpTimer_, &QTimer::timeout, this, &JigSession::OnArpTimer);
   stepTimer_.setSingleShot(true);
+  // A coarse timer may end a pause up to 5% early; the run keeps its pace.
+  stepTimer_.setTimerType(Qt::PreciseTimer);
   connect(&stepTimer_, &QTimer::timeout, this, &JigSession::RunSteps);
 }
 

@@ -1,4 +1,4 @@
-// Finds a control of a template by its numeric id.
+// Finds a control of a template by its numeric id and its kind.
 #pragma once
 
 #include <QVariant>
@@ -8,8 +8,10 @@ namespace torvek::test {
 
 template <typename T = QWidget>
 T* ById(QWidget& root, int id) {
-  for (QWidget* w : root.findChildren<QWidget*>())
-    if (w->property("controlId").toInt() == id) return qobject_cast<T*>(w);
+  // Ids are unique within a template only: pages of one window may share one,
+  // so the kind asked for decides among them.
+  for (T* w : root.findChildren<T*>())
+    if (w->property("controlId").toInt() == id) return w;
   return nullptr;
 }
 

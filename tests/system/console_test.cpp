@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPlainTextEdit>
+#include <QPushButton>
 #include <QRegularExpression>
 #include <QScrollBar>
 #include <QtTest/QTest>
@@ -136,7 +137,7 @@ class ConsoleTest : public QObject {
       modules.SetCellText(r, kColLanIp, QString("10.77.128.%1").arg(r + 1));
       modules.SetCellText(r, kColWanIp, r == 0 ? QString("172.16.0.1") : QString());
     }
-    auto click = [&](int id) { ById<QAbstractButton>(w.dialog, id)->click(); };
+    auto click = [&](int id) { ById<QPushButton>(w.dialog, id)->click(); };
 
     w.prompter.Expect(QStringList(3, " Select system at the List"));
     click(1004);

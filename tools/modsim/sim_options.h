@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "file_transfer.h"
-#include "mac_write.h"
 #include "jig_service.h"
+#include "mac_write.h"
 #include "virtual_module.h"
 
 namespace modsim {

@@ -41,6 +41,14 @@ def read_counter(path):
     return int(match.group(1), 16)
 
 
+def count_lines(path):
+    try:
+        with open(path) as f:
+            return sum(1 for line in f if line.strip())
+    except FileNotFoundError:
+        return 0
+
+
 def main():
     if not in_lab():
         sys.exit("FAIL: not inside the lab's PC side (scripts/lab pc ...)")
@@ -77,6 +85,19 @@ def main():
             if last is not None and (value is None or value < last):
                 failures.append(f"kill {kill}: counter went back from {last:x} to {value}")
             last = value if value is not None else last
+        # A last start, left to write twice: it carries on from whatever the
+        # last kill left, and a slow build still gets its writes in.
+        before = count_lines(mac_log)
+        with open(writer_log, "ab") as out:
+            child = subprocess.Popen(writer, stdout=out, stderr=subprocess.DEVNULL)
+        deadline = time.monotonic() + 30
+        while count_lines(mac_log) < before + 2 and time.monotonic() < deadline:
+            time.sleep(0.05)
+        child.send_signal(signal.SIGKILL)
+        child.wait()
+        value = read_counter(counter_path)
+        if last is not None and (value is None or value < last):
+            failures.append(f"last start: counter went back from {last:x} to {value}")
     finally:
         sim.send_signal(signal.SIGTERM)
         try:
@@ -93,6 +114,14 @@ def main():
     if any(i % 4 != 1 for i in ids):
         failures.append("a MAC off the counter's grid of 4")
     final = read_counter(counter_path) or 1
+    # Killed with a write out: the next start goes past the address in flight.
+    try:
+        with open(os.path.join(program_dir, "mac_in_flight.txt")) as f:
+            company, _, following = (int(word, 16) for word in f.read().split())
+        if company == 0x5038 and final < following:
+            final = following
+    except (FileNotFoundError, ValueError):
+        pass
     # Addresses that a start stepped past: taken by the module while the killed
     # run had not saved its counter, or kept in flight but never sent.
     with open(writer_log) as f:
@@ -101,8 +130,8 @@ def main():
     if len(given) == 0:
         failures.append("no write went through at all")
     if given and final <= max(ids):
-        failures.append(f"counter {final:x} not past the last MAC given {max(ids):x}")
-    print(f"seed {seed}: {KILLS} kills, {len(given)} MACs written, counter at {final:x}; "
+        failures.append(f"next start at {final:x}, not past the last MAC given {max(ids):x}")
+    print(f"seed {seed}: {KILLS} kills, {len(given)} MACs written, next start at {final:x}; "
           f"{stepped} starts stepped past a write in flight, {unused} addresses left unused")
     shutil.rmtree(work, ignore_errors=True)
     for failure in failures:

@@ -31,7 +31,7 @@ CMacWriterPage::CMacWriterPage(MacWriterLinks links, QWidget* parent)
   ui_->setupUi(this);
   setObjectName("mac_writer_page");
   links_.reportStatus = [this](int code) { ReportStatus(code); };
-  session_ = std::make_unique<MacWriterSession>(links_, this);
+  session_ = std::make_unique<MacWriterSession>(links_);
 
   connect(ui_->macWriteButton, &QPushButton::clicked, this, &CMacWriterPage::OnMacWrite);
   connect(ui_->barcodeModeRadio, &QRadioButton::clicked, this, &CMacWriterPage::OnBarcodeMode);

@@ -13,6 +13,8 @@
 #include <charconv>
 #include <cstring>
 
+#include "send_from.h"
+
 namespace modsim {
 
 namespace {
@@ -315,23 +317,7 @@ void DataPorts::ReadDatagrams(int fd, std::uint16_t port) {
     if (mode_.kind != DataPortMode::Kind::Echo && mode_.kind != DataPortMode::Kind::Text) continue;
     // The answer leaves from the module's own address, to the sender's port.
     const std::string answer = Answer(buffer, static_cast<std::size_t>(n));
-    iovec out{const_cast<char*>(answer.data()), answer.size()};
-    alignas(cmsghdr) char outControl[CMSG_SPACE(sizeof(in_pktinfo))] = {};
-    msghdr reply{};
-    reply.msg_name = &from;
-    reply.msg_namelen = sizeof from;
-    reply.msg_iov = &out;
-    reply.msg_iovlen = 1;
-    reply.msg_control = outControl;
-    reply.msg_controllen = sizeof outControl;
-    cmsghdr* h = CMSG_FIRSTHDR(&reply);
-    h->cmsg_level = IPPROTO_IP;
-    h->cmsg_type = IP_PKTINFO;
-    h->cmsg_len = CMSG_LEN(sizeof(in_pktinfo));
-    in_pktinfo info{};
-    info.ipi_spec_dst = to;
-    std::memcpy(CMSG_DATA(h), &info, sizeof info);
-    sendmsg(fd, &reply, 0);
+    SendFrom(fd, from, to, answer.data(), answer.size());
   }
 }
 

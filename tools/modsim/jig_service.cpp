@@ -12,6 +12,8 @@
 #include <charconv>
 #include <cstring>
 
+#include "send_from.h"
+
 namespace modsim {
 
 namespace {
@@ -238,23 +240,7 @@ void JigService::ReadRequests() {
     const std::string answer = JigAnswerFor(options_, buffer, length);
     if (answer.empty()) continue;
     // The answer leaves from the module's own address, to the asker's port.
-    iovec out{const_cast<char*>(answer.data()), answer.size()};
-    alignas(cmsghdr) char outControl[CMSG_SPACE(sizeof(in_pktinfo))] = {};
-    msghdr reply{};
-    reply.msg_name = &from;
-    reply.msg_namelen = sizeof from;
-    reply.msg_iov = &out;
-    reply.msg_iovlen = 1;
-    reply.msg_control = outControl;
-    reply.msg_controllen = sizeof outControl;
-    cmsghdr* h = CMSG_FIRSTHDR(&reply);
-    h->cmsg_level = IPPROTO_IP;
-    h->cmsg_type = IP_PKTINFO;
-    h->cmsg_len = CMSG_LEN(sizeof(in_pktinfo));
-    in_pktinfo info{};
-    info.ipi_spec_dst = to;
-    std::memcpy(CMSG_DATA(h), &info, sizeof info);
-    sendmsg(fd_, &reply, 0);
+    SendFrom(fd_, from, to, answer.data(), answer.size());
   }
 }
 

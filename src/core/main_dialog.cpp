@@ -172,8 +172,7 @@ void CMainDlg::CreatePages() {
     page->OnMacWriteAnswer(frame, length);
   };
   tabs->addTab(radioTestPage = new CRadioTestPage(platform_.prompter), "Ceritification");
-  jigSession_.reset(
-      new JigSession({platform_, *this, moduleList_->table(), [this] { StartSearch(); }}));
+  jigSession_.reset(new JigSession({platform_, *this, moduleList_->table(), *this}));
   tabs->addTab(jigPage = new CJigPage(*jigSession_), "Jig_tool");
   jigSession_->Open();
   for (int i = 0; i < tabs->count(); ++i) LeaveEscapeOnPage(tabs->widget(i));
@@ -334,8 +333,7 @@ void CMainDlg::OnManagementNotify(long long wParam, long long /*lParam*/) {
       if (OnLogAnswer) OnLogAnswer();
       break;
     case AnswerRoute::MacWrite: {
-      // The MAC writer works on a copy of a request's size; anything longer
-      // than that is no answer of its and is cut.
+      // The MAC writer works on a copy of a request's size; anything longer is cut.
       std::array<std::uint8_t, kMacWriteCopyLength> copy{};
       const std::size_t length =
           std::min<std::size_t>(managementSocket.receivedLength, copy.size());

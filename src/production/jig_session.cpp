@@ -95,9 +95,7 @@ void JigSession::RunSteps() {
       case JigStepKind::SetAllWaiting:
         if (view_) view_->SetAllResults(Text(kJigRunWaitingText));
         break;
-      case JigStepKind::Search:
-        if (links_.startSearch) links_.startSearch();
-        break;
+      case JigStepKind::Search: links_.search.StartSearch(); break;
       case JigStepKind::Repaint:
         if (view_) view_->RepaintWindow();
         break;

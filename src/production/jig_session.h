@@ -8,9 +8,9 @@
 #include <QString>
 #include <QTimer>
 #include <cstdint>
-#include <functional>
 #include <span>
 
+#include "core/frame_sender.h"
 #include "core/notify_socket.h"
 #include "core/process_values.h"
 #include "production/jig_rules.h"
@@ -38,7 +38,8 @@ struct JigLinks {
   // the list as the one meant.
   Selection& selection;
   const CellTable& moduleList;
-  std::function<void()> startSearch;
+  // A run searches first, without the file job's check.
+  SearchingSender& search;
 };
 
 class JigSession : public QObject {

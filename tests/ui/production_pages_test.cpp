@@ -28,7 +28,7 @@ namespace {
 const QString kNoModule = "Module is not found, click serach button";
 const QString kNotSelected = "Module is not selected at the list, Please select module first!!!";
 
-struct JigRig : test::OfflinePlatform {
+struct JigRig : test::OfflinePlatform, SearchingSender {
   JigRig() {
     for (int c = 0; c < kModuleColumnCount; ++c) list.InsertColumn(c, "", Align::Left, 10);
   }
@@ -57,7 +57,9 @@ struct JigRig : test::OfflinePlatform {
   CellTable list;
   Selection selection;
   int searches = 0;
-  JigSession session{{platform, selection, list, [this] { ++searches; }}};
+  bool SendFrameAndSearch(std::uint8_t*) override { return false; }
+  void StartSearch() override { ++searches; }
+  JigSession session{{platform, selection, list, *this}};
   CJigPage page{session};
 };
 

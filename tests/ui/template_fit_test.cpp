@@ -85,7 +85,7 @@ class TemplateFitTest : public QObject, test::OfflinePlatform {
     CMacSetupDlg macSetup(counter);
     CRadioTestPage radioTest(prompter);
     CellTable noModules;
-    JigSession jigSession({platform, main, noModules, {}});
+    JigSession jigSession({platform, main, noModules, main});
     CJigPage jig(jigSession);
     QStringList clipped;
     for (QWidget* w :

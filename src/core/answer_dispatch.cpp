@@ -1,5 +1,6 @@
 #include "core/answer_dispatch.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 
@@ -56,6 +57,13 @@ AnswerDecision DecideAnswer(std::uint8_t result, std::uint8_t command) {
       return {AnswerRoute::Unknown, text};
     }
   }
+}
+
+MacWriteCopy CopyMacWriteAnswer(const std::uint8_t* frame, std::size_t length) {
+  MacWriteCopy copy;
+  copy.length = std::min(length, copy.bytes.size());
+  std::copy_n(frame, copy.length, copy.bytes.begin());
+  return copy;
 }
 
 }  // namespace torvek

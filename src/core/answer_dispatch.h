@@ -3,6 +3,8 @@
 // counts whenever it comes and from whoever sends it.
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -31,5 +33,14 @@ struct AnswerDecision {
 std::string ResultText(int result);
 
 AnswerDecision DecideAnswer(std::uint8_t result, std::uint8_t command);
+
+// What the MAC writer is handed of its answer: a copy of a request's size, so
+// that a box it shows cannot meet the next datagram in the socket's buffer;
+// anything longer is cut.
+struct MacWriteCopy {
+  std::array<std::uint8_t, 1228> bytes{};
+  std::size_t length = 0;
+};
+MacWriteCopy CopyMacWriteAnswer(const std::uint8_t* frame, std::size_t length);
 
 }  // namespace torvek

@@ -41,7 +41,6 @@ constexpr int kTabCount = 7;
 constexpr int kConsoleTab = 2;
 constexpr int kUpgraderTab = 3;
 constexpr int kJigTab = 6;
-constexpr std::size_t kMacWriteCopyLength = 1228;
 
 }  // namespace
 
@@ -333,12 +332,8 @@ void CMainDlg::OnManagementNotify(long long wParam, long long /*lParam*/) {
       if (OnLogAnswer) OnLogAnswer();
       break;
     case AnswerRoute::MacWrite: {
-      // The MAC writer works on a copy of a request's size; anything longer is cut.
-      std::array<std::uint8_t, kMacWriteCopyLength> copy{};
-      const std::size_t length =
-          std::min<std::size_t>(managementSocket.receivedLength, copy.size());
-      std::copy_n(frame, length, copy.begin());
-      if (OnMacWriteAnswer) OnMacWriteAnswer(copy.data(), length);
+      const MacWriteCopy copy = CopyMacWriteAnswer(frame, managementSocket.receivedLength);
+      if (OnMacWriteAnswer) OnMacWriteAnswer(copy.bytes.data(), copy.length);
       break;
     }
     case AnswerRoute::SearchAgain:

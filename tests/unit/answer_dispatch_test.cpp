@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <vector>
+
 namespace torvek {
 namespace {
 
@@ -58,6 +60,20 @@ TEST(AnswerDispatch, UnknownCommandNamesItInHexAndDecimal) {
   EXPECT_EQ(DecideAnswer(0, 0).text, "Unknown message (hex =0   dec=0)");
   EXPECT_EQ(DecideAnswer(20, 255).text, "Unknown message (hex =ff   dec=255)");
   EXPECT_EQ(DecideAnswer(0, 3).route, AnswerRoute::Unknown);
+}
+
+TEST(AnswerDispatch, MacWriteAnswerIsCopiedUpToARequestsSizeWithZerosBehind) {
+  std::vector<std::uint8_t> frame(1300, 0xAB);
+  frame[1227] = 0x01;
+  const MacWriteCopy longer = CopyMacWriteAnswer(frame.data(), frame.size());
+  EXPECT_EQ(longer.length, 1228u);
+  EXPECT_EQ(longer.bytes[1227], 0x01);
+  const MacWriteCopy shorter = CopyMacWriteAnswer(frame.data(), 23);
+  EXPECT_EQ(shorter.length, 23u);
+  EXPECT_EQ(shorter.bytes[22], 0xAB);
+  // Past what came, the copy reads as zero, never as an older answer's bytes.
+  EXPECT_EQ(shorter.bytes[23], 0);
+  EXPECT_EQ(shorter.bytes[1227], 0);
 }
 
 }  // namespace

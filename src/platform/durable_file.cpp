@@ -53,7 +53,7 @@ bool WriteFileDurably(const QString& path, const QByteArray& content) {
 
 bool RemoveFileDurably(const QString& path) {
   const QByteArray target = QFile::encodeName(path);
-  if (::unlink(target.constData()) != 0 && errno != ENOENT) return false;
+  if (::unlink(target.constData()) != 0) return errno == ENOENT;
   SyncFolderOf(path);
   return true;
 }

@@ -5,16 +5,13 @@
 #include <algorithm>
 
 #include "controls/cell_table.h"
+#include "core/latin1_text.h"
 #include "core/module_record.h"
 #include "platform/platform.h"
 
 namespace torvek {
 
 namespace {
-
-QString Text(std::string_view text) {
-  return QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 constexpr int kArpFlushMs = 2000;
 
@@ -34,7 +31,7 @@ JigSession::JigSession(JigLinks links, QObject* parent)
 JigSession::~JigSession() { socket_.Close(); }
 
 void JigSession::Open() {
-  if (!socket_.CreateDatagram(0)) links_.platform.prompter.Message(Text(kJigSocketErrorText));
+  if (!socket_.CreateDatagram(0)) links_.platform.prompter.Message(Latin1Text(kJigSocketErrorText));
   socket_.SetNotifyMessage(WM_SOCKET_NOTIFY);
   socket_.SetNotifyWindow(this);
   SetArpFlush(false);
@@ -51,7 +48,7 @@ void JigSession::SendJigRequest(std::uint8_t item) {
   QString& address = links_.selection.selectedAddress;
   const JigTarget target = ChooseJigTarget(!address.isEmpty(), links_.moduleList.RowCount());
   if (const std::string_view refusal = JigTargetRefusal(target); !refusal.empty()) {
-    links_.platform.prompter.Message(Text(refusal));
+    links_.platform.prompter.Message(Latin1Text(refusal));
     return;
   }
   // It stays the address of later requests, also after a new search.
@@ -64,7 +61,7 @@ void JigSession::SendJigRequest(std::uint8_t item) {
 void JigSession::OnRowTest(std::uint8_t item) {
   SendJigRequest(item);
   const JigRow* row = JigRowOfItem(item);
-  if (row && view_) view_->SetResult(row->resultId, Text(kJigRowWaitingText));
+  if (row && view_) view_->SetResult(row->resultId, Latin1Text(kJigRowWaitingText));
 }
 
 void JigSession::OnAllTest() {
@@ -93,7 +90,7 @@ void JigSession::RunSteps() {
     const JigStep step = steps_[next_++];
     switch (step.kind) {
       case JigStepKind::SetAllWaiting:
-        if (view_) view_->SetAllResults(Text(kJigRunWaitingText));
+        if (view_) view_->SetAllResults(Latin1Text(kJigRunWaitingText));
         break;
       case JigStepKind::Search: links_.search.StartSearch(); break;
       case JigStepKind::Repaint:
@@ -129,17 +126,17 @@ void JigSession::OnJigAnswer(long long wParam, long long length) {
   const JigAnswerEffect effect =
       DecideJigAnswer(answer, list.RowCount() > 0 ? list.GetItemText(0, kColMac) : noMac);
   if (!effect.known) {
-    links_.platform.prompter.Message(Text(kJigUnknownText));
+    links_.platform.prompter.Message(Latin1Text(kJigUnknownText));
     return;
   }
   for (const std::string& field : effect.fields) AppendReport(field);
-  if (view_) view_->SetResult(effect.resultId, Text(effect.label));
+  if (view_) view_->SetResult(effect.resultId, Latin1Text(effect.label));
 }
 
 bool JigSession::AppendReport(std::string_view text) {
   QFile report(ReportPath());
   if (!report.open(QIODevice::Append | QIODevice::Text)) {
-    links_.platform.prompter.Message(Text(kJigReportFailedText));
+    links_.platform.prompter.Message(Latin1Text(kJigReportFailedText));
     return false;
   }
   const std::string write = JigReportWrite(text);
@@ -163,7 +160,7 @@ void JigSession::OnArpTimer() {
 }
 
 QString JigSession::ReportPath() const {
-  return links_.platform.paths.FixedFile(Text(kJigReportName));
+  return links_.platform.paths.FixedFile(Latin1Text(kJigReportName));
 }
 
 bool JigSession::event(QEvent* event) {

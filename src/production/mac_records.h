@@ -20,8 +20,8 @@ inline constexpr int kManualMode = 1;
 
 // The next address to hand out: company bytes, then id bytes.
 struct MacCounter {
-  std::uint32_t macId = 1;
-  std::uint32_t macCompanyId = 0x5038;
+  std::uint32_t macId = 0;
+  std::uint32_t macCompanyId = 0;
   // Follow the numbers only through RefreshMacBytes: right after an advance
   // they still hold the address just written.
   std::array<std::uint8_t, 3> idBytes{};
@@ -37,6 +37,8 @@ struct MacData {
   std::uint32_t macId = 0;
   std::uint32_t macCompanyId = 0;
 };
+// Without a counter file: company 00-50-38, id 1.
+inline constexpr MacData kFreshCounter{1, 0x5038};
 MacData ParseMacData(std::string_view text);
 std::string FormatMacData(std::uint32_t macId, std::uint32_t macCompanyId);
 

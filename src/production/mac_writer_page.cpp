@@ -104,11 +104,13 @@ void CMacWriterPage::UpdateData(bool fromControls) {
     ui_->scannedSerialEdit->setText(scannedSerial);
   ui_->companyIdLabel->setText(companyIdText);
   ui_->macIdLabel->setText(macIdText);
-  ui_->statusLabel->SetText(statusText);
+  if (ui_->statusLabel->text() != statusText) ui_->statusLabel->SetText(statusText);
   ui_->writtenMacLabel->setText(writtenMacText);
   ui_->writtenSerialLabel->setText(writtenSerialText);
+  // Given again, the instructions would lose the operator's scroll position.
   QString shown = instructionsText;
-  ui_->instructionsEdit->setPlainText(shown.replace("\r\n", "\n"));
+  shown.replace("\r\n", "\n");
+  if (ui_->instructionsEdit->toPlainText() != shown) ui_->instructionsEdit->setPlainText(shown);
 }
 
 void CMacWriterPage::OnBarcodeMode() {
@@ -176,7 +178,6 @@ void CMacWriterPage::ReportStatus(int code) {
     links_.platform.clock.WaitOnUiThread(100);
   }
   statusText = QString::fromStdString(status.text);
-  ui_->statusLabel->SetText(statusText);
   UpdateData(false);
   if (status.focusId == kScannedMacBox) ui_->scannedMacEdit->setFocus();
   if (status.focusId == kScannedSerialBox) ui_->scannedSerialEdit->setFocus();

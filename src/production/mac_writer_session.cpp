@@ -44,7 +44,7 @@ void MacWriterSession::LoadMacData() {
   inFlightPath = dir + "mac_in_flight.txt";
   labelPath_ = links_.platform.paths.FixedFile("mac_label.txt");
 
-  MacData saved{1, 0x5038};
+  MacData saved = kFreshCounter;
   if (const std::optional<QByteArray> text = ReadSmallFile(macFilePath))
     saved = ParseMacData(View(*text));
   counter.macId = saved.macId;

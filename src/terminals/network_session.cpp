@@ -1,14 +1,11 @@
 #include "terminals/network_session.h"
 
+#include "core/latin1_text.h"
 #include "platform/platform.h"
 
 namespace torvek {
 
 namespace {
-
-QString Text(std::string_view text) {
-  return QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
-}
 
 // The kernel's buffers for the stream, each way.
 constexpr int kStreamBuffer = 0x20000;
@@ -26,23 +23,23 @@ void NetworkSession::ConnectRemote() {
   const bool noModule = selection_.selectedRow < 0;
   if (controls.protocolRow == kProtocolUdp) {
     if (!controls.broadcast && noModule) {
-      platform_.prompter.Message(Text(kModuleNotSelectedText));
+      platform_.prompter.Message(Latin1Text(kModuleNotSelectedText));
       return;
     }
     // Bound to the port it sends to, so that a module answering there is heard.
     if (!socket_.CreateDatagram(port)) {
-      platform_.prompter.Message(Text(kUdpOpenErrorText));
+      platform_.prompter.Message(Latin1Text(kUdpOpenErrorText));
       return;
     }
     socket_.SetBroadcast(true);
     Enter(NetworkState::UdpOpen);
   } else {
     if (noModule) {
-      platform_.prompter.Message(Text(kModuleNotSelectedText));
+      platform_.prompter.Message(Latin1Text(kModuleNotSelectedText));
       return;
     }
     if (!socket_.CreateStream()) {
-      platform_.prompter.Message(Text(kTcpCreateErrorText));
+      platform_.prompter.Message(Latin1Text(kTcpCreateErrorText));
       return;
     }
     socket_.SetBuffers(kStreamBuffer, kStreamBuffer);
@@ -108,7 +105,7 @@ void NetworkSession::AppendNetworkLog(int kind, std::string_view text) {
 void NetworkSession::OnTargetModuleChanged() {
   if (!remoteConnected) return;
   DisconnectRemote();
-  platform_.prompter.Message(Text(kTargetChangedText));
+  platform_.prompter.Message(Latin1Text(kTargetChangedText));
 }
 
 bool NetworkSession::event(QEvent* event) {
@@ -125,7 +122,7 @@ void NetworkSession::Enter(NetworkState state) {
   remoteConnected = RemoteConnectedIn(state) ? 1 : 0;
   const ConnectButtonLook look = ConnectButtonOf(state);
   if (view_)
-    view_->ShowConnectButton(look.text.empty() ? QString() : Text(look.text), look.enabled);
+    view_->ShowConnectButton(look.text.empty() ? QString() : Latin1Text(look.text), look.enabled);
 }
 
 }  // namespace torvek

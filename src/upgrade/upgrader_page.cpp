@@ -7,6 +7,7 @@
 #include <algorithm>
 
 #include "core/console_host.h"
+#include "core/latin1_text.h"
 #include "core/notify_socket.h"
 #include "platform/platform.h"
 #include "terminals/serial_line.h"
@@ -246,10 +247,7 @@ void CUpgraderPage::FlushLog() {
   view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
 }
 
-QString CUpgraderPage::LogText() const {
-  const std::string& text = log_.Text();
-  return QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
-}
+QString CUpgraderPage::LogText() const { return Latin1Text(log_.Text()); }
 
 void CUpgraderPage::SetLabel(int id, const QString& text) {
   if (auto* label = qobject_cast<QLabel*>(Control(id))) label->setText(text);

@@ -9,6 +9,7 @@
 #include <QPlainTextEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollBar>
 #include <QtTest/QTest>
 
 #include "control_by_id.h"
@@ -124,6 +125,13 @@ class MacWriterPageTest : public QObject {
     // TORVEK_SHOT_DIR keeps a picture of the page as it starts, for a look by eye.
     if (const QString shots = qEnvironmentVariable("TORVEK_SHOT_DIR"); !shots.isEmpty())
       QVERIFY(b.page->grab().save(shots + "/mac_writer_page.png"));
+
+    // A status change keeps the instructions where the operator scrolled them.
+    QScrollBar* scroll = b.Control<QPlainTextEdit>(1023)->verticalScrollBar();
+    QVERIFY(scroll->maximum() > 0);
+    scroll->setValue(scroll->maximum());
+    b.page->ReportStatus(102);
+    QCOMPARE(scroll->value(), scroll->maximum());
 
     b.Control<QRadioButton>(1007)->click();
     QVERIFY(!b.Control(1008)->isEnabled());

@@ -13,7 +13,7 @@
 #include <charconv>
 #include <cstring>
 
-#include "send_from.h"
+#include "module_datagrams.h"
 
 namespace modsim {
 
@@ -295,21 +295,9 @@ void DataPorts::ReadDatagrams(int fd, std::uint16_t port) {
   for (int i = 0; i < 64; ++i) {
     std::uint8_t buffer[65536];
     sockaddr_in from{};
-    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(in_pktinfo))];
-    iovec iov{buffer, sizeof buffer};
-    msghdr message{};
-    message.msg_name = &from;
-    message.msg_namelen = sizeof from;
-    message.msg_iov = &iov;
-    message.msg_iovlen = 1;
-    message.msg_control = control;
-    message.msg_controllen = sizeof control;
-    const ssize_t n = recvmsg(fd, &message, MSG_DONTWAIT);
-    if (n < 0) return;
     in_addr to{};
-    for (cmsghdr* h = CMSG_FIRSTHDR(&message); h; h = CMSG_NXTHDR(&message, h))
-      if (h->cmsg_level == IPPROTO_IP && h->cmsg_type == IP_PKTINFO)
-        to = reinterpret_cast<in_pktinfo*>(CMSG_DATA(h))->ipi_addr;
+    const ssize_t n = ReceiveAt(fd, buffer, sizeof buffer, from, to);
+    if (n < 0) return;
     if (!IsModule(ntohl(to.s_addr))) continue;
     sockaddr_in local{};
     local.sin_addr = to;

@@ -137,13 +137,13 @@ Result WindowRun(const QString& dataPath, qint64 size, double* idleReaderCpuPct)
     *idleReaderCpuPct = (CpuMs(stat) - before) / 3000.0 * 100.0;
   }
 
-  const qint64 target = QFileInfo(w.dialog.dailyLogPath).size() + size;
+  const qint64 target = QFileInfo(w.dialog.startUp.dailyLogPath).size() + size;
   const QString readerStat = ThreadStat("serial reader");
   const double readerBefore = CpuMs(readerStat);
   const double cpuBefore = CpuMs("/proc/self/stat");
   bool done = false;
   bench::GapProbe probe([&] {
-    if (QFileInfo(w.dialog.dailyLogPath).size() >= target) done = true;
+    if (QFileInfo(w.dialog.startUp.dailyLogPath).size() >= target) done = true;
   });
   probe.Start();
   QProcess writer;

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "bench_support.h"
-#include "core/process_values.h"
+#include "core/module_directory.h"
 #include "production/mac_writer_page.h"
 #include "scripted_prompter.h"
 
@@ -46,11 +46,10 @@ int main(int argc, char** argv) {
   QApplication app(argc, argv);
   const int runs = argc > 1 ? std::max(1, std::atoi(argv[1])) : 21;
   test::OfflinePlatform env;
-  ProgramValues program;
-  program.programDir = env.dir.path() + "/";
-  Selection selection;
+  const MacAddress pcMac{};
+  ModuleDirectory selection;
   NoSearch sender;
-  CMacWriterPage page(MacWriterLinks{env.platform, program, selection, sender, {}});
+  CMacWriterPage page(MacWriterLinks{env.platform, env.dir.path() + "/", pcMac, selection, sender});
   page.OnInitDialog();
   page.show();
   if (!QTest::qWaitForWindowExposed(&page)) return 2;

@@ -10,11 +10,11 @@
 #include <cstdio>
 #include <vector>
 
+#include "app/main_dialog.h"
 #include "bench_support.h"
 #include "child_process.h"
 #include "control_by_id.h"
 #include "controls/cell_color_list.h"
-#include "core/main_dialog.h"
 #include "lab.h"
 #include "scripted_prompter.h"
 #include "terminals/network_page.h"

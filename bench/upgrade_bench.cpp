@@ -168,7 +168,7 @@ struct Rig {
     fd = ::open((dir + "boot").toLocal8Bit().constData(), O_RDWR | O_NOCTTY);
     if (fd < 0 || !w.dialog.OnInitDialog()) return false;
     w.dialog.show();
-    w.dialog.pcIp = "10.77.0.1";
+    w.dialog.configPage->pcIp = "10.77.0.1";
     w.dialog.ShowTab(3);
     ById<QComboBox>(Page(), 1081)->setCurrentIndex(1);
     for (int id : {1065, 1067, 1077}) ById<QCheckBox>(Page(), id)->setChecked(true);
@@ -203,7 +203,7 @@ std::vector<double> Dialogues(Rig& rig, int runs, int& failed) {
   for (int r = 0; r < runs; ++r) {
     ById<QAbstractButton>(rig.Page(), 1068)->click();
     if (!WaitFor([&] { return finished > r; }, 20000)) break;
-    if (rig.w.dialog.upgradeActive) ById<QAbstractButton>(rig.Page(), 1073)->click();
+    if (rig.w.dialog.serialLine().upgradeActive) ById<QAbstractButton>(rig.Page(), 1073)->click();
   }
   peer.join();
   std::lock_guard guard(lock);

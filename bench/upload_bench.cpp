@@ -87,10 +87,11 @@ Run OneRun(int rows, int size) {
     if (!sender.isEmpty()) senderNs = std::max(senderNs, RunNs(sender));
   });
   // To one module: the selected one; to many: every row, whatever its type.
-  d.configPage->StartFileJob(56, d.selectedModuleMac, path, rows > 1 ? 1 : 0, kModel740P, 0, 0);
+  d.configPage->StartFileJob(56, d.modules().selectedModuleMac, path, rows > 1 ? 1 : 0, kModel740P,
+                             0, 0);
   const double start = probe.ElapsedMs();
   probe.Start();
-  while (d.fileJobRunning) QTest::qWait(1);
+  while (d.link().fileJobRunning) QTest::qWait(1);
   run.jobMs = probe.ElapsedMs() - start;
   run.worstGapMs = double(probe.WorstGapMs());
   run.nominalMs = double((size + 999) / 1000) * 20.0;

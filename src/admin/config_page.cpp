@@ -11,7 +11,8 @@
 #include "admin/operation_dialogs.h"
 #include "admin/pc_network_texts.h"
 #include "admin/set_request.h"
-#include "controls/cell_color_list.h"
+#include "core/management_link.h"
+#include "core/module_directory.h"
 #include "core/module_record.h"
 #include "platform/platform.h"
 #include "ui_config_page.h"
@@ -49,6 +50,8 @@ CConfigPage::CConfigPage(const ConfigLinks& links, QWidget* parent)
   connect(&links_.upload, &FileUpload::StatusText, this, &CConfigPage::SetOperationStatus);
   connect(&links_.download, &FileDownload::StatusText, this, &CConfigPage::SetOperationStatus);
   connect(&links_.download, &FileDownload::ModuleStatus, this, &CConfigPage::ShowModuleStatus);
+  connect(&links_.modules, &ModuleDirectory::selectionChanged, this,
+          &CConfigPage::ShowSelectedModule);
   progressTimer_.setInterval(kProgressPeriodMs);
   connect(&progressTimer_, &QTimer::timeout, this, &CConfigPage::ShowProgress);
 }
@@ -56,7 +59,7 @@ CConfigPage::CConfigPage(const ConfigLinks& links, QWidget* parent)
 CConfigPage::~CConfigPage() = default;
 
 void CConfigPage::OnInitDialog() {
-  links_.fileJob.downloadPath = links_.platform.paths.FixedFile("test.bin");
+  links_.download.downloadPath = links_.platform.paths.FixedFile("test.bin");
   OnRefresh();
 }
 
@@ -75,12 +78,23 @@ void CConfigPage::ShowSettings(const QStringList& columns) {
   ui_->firmwareVersion->setText(": " + column(kColVersion));
 }
 
+void CConfigPage::ShowSelectedModule() {
+  const CellTable& table = links_.modules.table();
+  QStringList columns;
+  for (int c = 0; c < kModuleColumnCount; ++c)
+    columns << QString::fromStdString(table.GetItemText(links_.modules.selectedRow, c));
+  ShowSettings(columns);
+}
+
+bool CConfigPage::VersionGateRefuses() {
+  if (links_.modules.selectedFirmwareMajor >= kMinimumFirmwareMajor) return false;
+  links_.platform.prompter.Message(kVersionGateText);
+  return true;
+}
+
 void CConfigPage::OnSet() {
   Prompter& prompter = links_.platform.prompter;
-  if (links_.selection.selectedFirmwareMajor < kMinimumFirmwareMajor) {
-    prompter.Message(kVersionGateText);
-    return;
-  }
+  if (VersionGateRefuses()) return;
   if (!prompter.AskYesNo("Would like to change Information", "Warning")) return;
   if (SubnetMismatch(ui_->lanIp->GetAddress(), ui_->lanSubnet->GetAddress(),
                      ui_->lanGateway->GetAddress())) {
@@ -88,15 +102,15 @@ void CConfigPage::OnSet() {
     return;
   }
   // The question leaves the list usable, so the selection may have changed.
-  if (links_.selection.selectedFirmwareMajor < kMinimumFirmwareMajor) {
+  if (links_.modules.selectedFirmwareMajor < kMinimumFirmwareMajor) {
     prompter.Message(" Module firmware version below is not supported");
     return;
   }
-  FillSetRequest(links_.program.FrameTemplate.data(), ui_->dhcpServer->currentIndex(),
+  FillSetRequest(links_.link.FrameTemplate.data(), ui_->dhcpServer->currentIndex(),
                  ui_->lanIp->GetAddress(), ui_->lanSubnet->GetAddress(),
                  ui_->lanGateway->GetAddress());
   // A broadcast: the target MAC alone names the module.
-  links_.sender.SendFrame(links_.program.FrameTemplate.data(), frame::kRequestLength);
+  links_.link.SendFrame(links_.link.FrameTemplate.data(), frame::kRequestLength);
 }
 
 void CConfigPage::OnRefresh() {
@@ -114,7 +128,7 @@ void CConfigPage::OnRefresh() {
   ui_->pcMaskLabel->setText(QString::fromStdString(texts.mask));
   ui_->pcGatewayLabel->setText(QString::fromStdString(texts.gateway));
   ui_->pcMacLabel->setText(QString::fromStdString(texts.mac));
-  links_.program.pcIp = QString::fromStdString(texts.pcIp);
+  pcIp = QString::fromStdString(texts.pcIp);
 }
 
 void CConfigPage::SetOperationStatus(const QString& text) { ui_->operationStatus->setText(text); }
@@ -128,7 +142,7 @@ bool CConfigPage::CheckImageFile(int model, int operation, QString path) {
 void CConfigPage::OnSetConfiguration() {
   if (ConfigPageBusy()) return;
   Prompter& prompter = links_.platform.prompter;
-  const Selection& selection = links_.selection;
+  const ModuleDirectory& selection = links_.modules;
   CSystemDataDlg data(prompter, selection, this);
   if (prompter.RunDialog(data) != QDialog::Accepted) return;
   if (data.howManyModules == 0) {
@@ -136,10 +150,7 @@ void CConfigPage::OnSetConfiguration() {
       prompter.Message(kModuleNotSelectedText);
       return;
     }
-    if (selection.selectedFirmwareMajor < kMinimumFirmwareMajor) {
-      prompter.Message(kVersionGateText);
-      return;
-    }
+    if (VersionGateRefuses()) return;
   }
   if (data.operationType == CSystemDataDlg::kCompanyId) {
     SendCompanyId(data.howManyModules != 0);
@@ -152,7 +163,7 @@ void CConfigPage::OnSetConfiguration() {
   }
   const QString path = prompter.OpenFileName("Open", DialogFilter(kind->filter), kind->defaultName);
   if (path.isEmpty()) return;
-  links_.fileJob.uploadPath = path;
+  uploadPath = path;
   ui_->operationFile->setText(path);
   StartFileJob(kind->command, selection.selectedModuleMac, path, data.howManyModules,
                *data.JobModel(), data.operationType, data.communicationProtocol);
@@ -171,7 +182,7 @@ void CConfigPage::StartFileJob(std::uint8_t command, const MacAddress& moduleMac
 
 void CConfigPage::ShowProgress() {
   ui_->progress->setValue(links_.upload.BlocksSent());
-  if (!links_.fileJob.fileJobRunning) progressTimer_.stop();
+  if (!links_.link.fileJobRunning) progressTimer_.stop();
 }
 
 int CConfigPage::ProgressValue() const { return ui_->progress->value(); }
@@ -180,15 +191,12 @@ int CConfigPage::ProgressMaximum() const { return ui_->progress->maximum(); }
 void CConfigPage::OnGetConfiguration() {
   SetOperationStatus(QString());
   Prompter& prompter = links_.platform.prompter;
-  const Selection& selection = links_.selection;
+  const ModuleDirectory& selection = links_.modules;
   if (selection.selectedRow == -1) {
     prompter.Message(kModuleNotSelectedText);
     return;
   }
-  if (selection.selectedFirmwareMajor < kMinimumFirmwareMajor) {
-    prompter.Message(kVersionGateText);
-    return;
-  }
+  if (VersionGateRefuses()) return;
   const std::optional<std::string> configName =
       ConfigFileName(ModelCodeOf(selection.selectedModuleType.toStdString()));
   if (!configName) {
@@ -218,7 +226,7 @@ void CConfigPage::ShowModuleStatus(std::uint8_t result, std::uint32_t status, st
 bool CConfigPage::ConfigPageBusy() {
   SetOperationStatus(QString());
   Prompter& prompter = links_.platform.prompter;
-  if (links_.fileJob.fileJobRunning) {
+  if (links_.link.fileJobRunning) {
     prompter.Message("Module config is running !!!");
     return true;
   }
@@ -231,10 +239,10 @@ bool CConfigPage::ConfigPageBusy() {
 
 void CConfigPage::SendModuleCommand(std::uint8_t command, bool all, std::int32_t parameter) {
   FrameBuffer frame{};
-  FillModuleCommand(frame.data(), command, links_.selection.selectedFirmwareMajor, all,
-                    links_.program.pcMac, links_.selection.selectedModuleMac, parameter);
+  FillModuleCommand(frame.data(), command, links_.modules.selectedFirmwareMajor, all,
+                    links_.link.pcMac, links_.modules.selectedModuleMac, parameter);
   // A broadcast: the target MAC alone names the module.
-  links_.sender.SendFrame(frame.data(), frame::kRequestLength);
+  links_.link.SendFrame(frame.data(), frame::kRequestLength);
 }
 
 void CConfigPage::OnModuleReboot() {
@@ -250,14 +258,11 @@ void CConfigPage::SendShortCommand(std::uint8_t command, const QString& question
                                    const QString& sentText) {
   if (ConfigPageBusy()) return;
   Prompter& prompter = links_.platform.prompter;
-  if (links_.selection.selectedFirmwareMajor < kMinimumFirmwareMajor) {
-    prompter.Message(kVersionGateText);
-    return;
-  }
+  if (VersionGateRefuses()) return;
   if (!prompter.AskYesNo(question)) return;
   CHowManyDlg howMany(this);
   if (prompter.RunDialog(howMany) != QDialog::Accepted) return;
-  if (howMany.choice == 0 && links_.selection.selectedRow == -1) {
+  if (howMany.choice == 0 && links_.modules.selectedRow == -1) {
     prompter.Message(kModuleNotSelectedText);
     return;
   }

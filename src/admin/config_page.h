@@ -13,27 +13,25 @@ namespace Ui {
 class ConfigPage;
 }
 
-#include "core/frame_sender.h"
-#include "core/process_values.h"
+#include "core/management_frame.h"
 
 namespace torvek {
 
-class CCellColorList;
 class FileDownload;
 class FileUpload;
+class ManagementLink;
+class ModuleDirectory;
 struct Platform;
 
 // Everything the page uses of the rest of the program.
 struct ConfigLinks {
   Platform& platform;
-  // FrameTemplate and pcMac are read; pcIp is written by Refresh.
-  ProgramValues& program;
-  const Selection& selection;
-  // downloadPath is set at start.
-  FileJobFlags& fileJob;
-  const CCellColorList& modules;
-  FrameSender& sender;
+  // Requests go out here; FrameTemplate, pcMac and fileJobRunning are read.
+  ManagementLink& link;
+  // The selection and the rows are read; a chosen row is shown.
+  const ModuleDirectory& modules;
   FileUpload& upload;
+  // downloadPath is set at start.
   FileDownload& download;
 };
 
@@ -46,6 +44,8 @@ class CConfigPage : public QWidget {
   void OnInitDialog();
   // Copies a row of the module list, given as its column texts.
   void ShowSettings(const QStringList& columns);
+  // Shows the row the directory has just selected.
+  void ShowSelectedModule();
   void OnSet();
   void OnRefresh();
   // Writes the Operation Status line.
@@ -79,7 +79,15 @@ class CConfigPage : public QWidget {
   // operation: asks which company and sends it to the chosen modules.
   void SendCompanyId(bool all);
 
+  // This PC's address as Refresh found it last.
+  QString pcIp;
+  // The file the operator last picked for an upload.
+  QString uploadPath;
+
  private:
+  // The gate of the operations that need firmware 3 or later; true when the
+  // operator has been told.
+  bool VersionGateRefuses();
   // Reboot and factory default share their steps but for these texts.
   void SendShortCommand(std::uint8_t command, const QString& question, const QString& sentText);
 

@@ -4,34 +4,37 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "controls/cell_color_list.h"
-#include "core/notify_socket.h"
-#include "core/process_values.h"
+#include "core/management_link.h"
+#include "core/module_directory.h"
 #include "platform/platform.h"
 
 namespace torvek {
 
-FileDownload::FileDownload(Platform& platform, FileJobFlags& fileJob, CCellColorList& modules,
-                           const CNotifySocket& socket, QObject* parent)
-    : QObject(parent), platform_(platform), fileJob_(fileJob), modules_(modules), socket_(socket) {}
+namespace {
+const std::uint8_t* Bytes(const QByteArray& answer) {
+  return reinterpret_cast<const std::uint8_t*>(answer.constData());
+}
+}  // namespace
 
-void FileDownload::PutHandlers(std::function<void()>& config, std::function<void()>& logo,
-                               std::function<void()>& log) {
-  config = [this] { OnConfigAnswer(); };
-  logo = [this] { OnLogoAnswer(); };
-  log = [this] { OnLogAnswer(); };
+FileDownload::FileDownload(Platform& platform, ModuleDirectory& modules, ManagementLink& link,
+                           QObject* parent)
+    : QObject(parent), platform_(platform), modules_(modules) {
+  connect(&link, &ManagementLink::configBlock, this, &FileDownload::OnConfigAnswer);
+  connect(&link, &ManagementLink::logoBlock, this, &FileDownload::OnLogoAnswer);
+  connect(&link, &ManagementLink::logBlock, this, &FileDownload::OnLogAnswer);
 }
 
 void FileDownload::Begin(const QString& path) {
-  fileJob_.downloadPath = path;
+  downloadPath = path;
   // Everything is appended: a second Get into the same file starts afresh.
   QFile::remove(path);
   state_.Begin();
 }
 
-int FileDownload::StoreDownloadFrame(const QString& path, const char* mode) {
+int FileDownload::StoreDownloadFrame(const QByteArray& answerBytes, const QString& path,
+                                     const char* mode) {
   const StoreStep step =
-      TakeDataAnswer(state_, socket_.receiveBuffer.data(), socket_.receivedLength);
+      TakeDataAnswer(state_, Bytes(answerBytes), static_cast<std::size_t>(answerBytes.size()));
   if (!step.active) return 0;
   const DataAnswer& answer = step.answer;
   if (!step.write) return answer.result;
@@ -40,11 +43,10 @@ int FileDownload::StoreDownloadFrame(const QString& path, const char* mode) {
     if (answer.dataLength > 0) std::fwrite(answer.data, 1, answer.dataLength, file);
     std::fclose(file);
   }
-  const int row = modules_.table().FindRow(MacText(answer.sourceMac.data()));
+  CellTable& rows = modules_.table();
+  const int row = rows.FindRow(MacText(answer.sourceMac.data()));
   if (row >= 0)
-    modules_.SetCellBackground(row, 0,
-                               NextCellColor(modules_.GetCellBackground(row, 0), answer.result),
-                               true);
+    rows.SetCellBackground(row, 0, NextCellColor(rows.GetCellBackground(row, 0), answer.result));
   emit ModuleStatus(answer.result, answer.statusWord, answer.seq);
   return answer.result;
 }
@@ -54,13 +56,13 @@ void FileDownload::Finish() {
   platform_.beeper.Beep();
 }
 
-void FileDownload::OnConfigAnswer() {
+void FileDownload::OnConfigAnswer(const QByteArray& answer) {
   if (!state_.Active()) return;
-  if (StoreDownloadFrame(fileJob_.downloadPath, "a+b") != kResultDone) return;
+  if (StoreDownloadFrame(answer, downloadPath, "a+b") != kResultDone) return;
   Finish();
   std::error_code error;
   const std::uintmax_t size =
-      std::filesystem::file_size(QFile::encodeName(fileJob_.downloadPath).toStdString(), error);
+      std::filesystem::file_size(QFile::encodeName(downloadPath).toStdString(), error);
   if (const auto refusal = ConfigSizeRefusal(error ? std::nullopt : std::optional(size))) {
     const QString text = QString::fromStdString(*refusal);
     emit StatusText(text);
@@ -70,22 +72,22 @@ void FileDownload::OnConfigAnswer() {
   platform_.prompter.Message("Getting config file is well done...");
 }
 
-void FileDownload::OnLogoAnswer() {
+void FileDownload::OnLogoAnswer(const QByteArray& answer) {
   if (!state_.Active()) return;
-  if (ReadDataAnswer(socket_.receiveBuffer.data(), socket_.receivedLength).fileSize == 0) {
+  if (ReadDataAnswer(Bytes(answer), static_cast<std::size_t>(answer.size())).fileSize == 0) {
     // Nothing more will come: the download stays open all the same, as the
     // next Get replaces it.
     platform_.prompter.Message(" Logo file no exist at the module");
     return;
   }
-  if (StoreDownloadFrame(fileJob_.downloadPath, "a+b") != kResultDone) return;
+  if (StoreDownloadFrame(answer, downloadPath, "a+b") != kResultDone) return;
   Finish();
   platform_.prompter.Message("Getting  company logo file is well done");
 }
 
-void FileDownload::OnLogAnswer() {
+void FileDownload::OnLogAnswer(const QByteArray& answer) {
   if (!state_.Active()) return;
-  if (StoreDownloadFrame(fileJob_.downloadPath, "a+t") != kResultDone) return;
+  if (StoreDownloadFrame(answer, downloadPath, "a+t") != kResultDone) return;
   Finish();
   platform_.prompter.Message("Getting system log file is well done");
 }

@@ -6,38 +6,36 @@
 #include <QObject>
 #include <QString>
 #include <cstdint>
-#include <functional>
 
 #include "admin/download_store.h"
 
 namespace torvek {
 
-class CCellColorList;
-class CNotifySocket;
-struct FileJobFlags;
+class ManagementLink;
+class ModuleDirectory;
 struct Platform;
 
 class FileDownload : public QObject {
   Q_OBJECT
  public:
-  // The answer at hand is the socket's last received datagram.
-  FileDownload(Platform& platform, FileJobFlags& fileJob, CCellColorList& modules,
-               const CNotifySocket& socket, QObject* parent = nullptr);
-
-  // Puts the handlers of the three answers where the dispatch finds them.
-  void PutHandlers(std::function<void()>& config, std::function<void()>& logo,
-                   std::function<void()>& log);
+  // Takes the link's configuration, logo and log blocks; blinks the rows of
+  // the directory.
+  FileDownload(Platform& platform, ModuleDirectory& modules, ManagementLink& link,
+               QObject* parent = nullptr);
 
   // Empties the file at path and takes the answers from now on.
   void Begin(const QString& path);
   bool Active() const { return state_.Active(); }
 
-  // Appends the answer at hand to path, opened in mode; gives its result, or
-  // 0 when no download runs.
-  int StoreDownloadFrame(const QString& path, const char* mode);
-  void OnConfigAnswer();
-  void OnLogoAnswer();
-  void OnLogAnswer();
+  // Appends an answer to path, opened in mode; gives its result, or 0 when no
+  // download runs.
+  int StoreDownloadFrame(const QByteArray& answer, const QString& path, const char* mode);
+  void OnConfigAnswer(const QByteArray& answer);
+  void OnLogoAnswer(const QByteArray& answer);
+  void OnLogAnswer(const QByteArray& answer);
+
+  // The file the answers go to.
+  QString downloadPath;
 
  signals:
   // The result, statusWord and seq of a stored answer.
@@ -49,9 +47,7 @@ class FileDownload : public QObject {
   void Finish();
 
   Platform& platform_;
-  FileJobFlags& fileJob_;
-  CCellColorList& modules_;
-  const CNotifySocket& socket_;
+  ModuleDirectory& modules_;
   DownloadState state_;
 };
 

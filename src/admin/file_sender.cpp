@@ -5,43 +5,46 @@
 #include <chrono>
 
 #include "admin/file_job.h"
-#include "core/notify_socket.h"
-#include "core/process_values.h"
+#include "core/management_link.h"
+#include "core/module_directory.h"
 
 namespace torvek {
 
-FileSender::FileSender(CNotifySocket& socket, FileJobFlags& flags, const CellTable& modules,
-                       const Selection& selection, QObject* parent)
-    : QObject(parent), socket_(socket), flags_(flags), modules_(modules), selection_(selection) {}
+FileSender::FileSender(ManagementLink& link, const ModuleDirectory& modules, QObject* parent)
+    : QObject(parent), link_(link), modules_(modules) {
+  connect(&modules, &ModuleDirectory::rowsChanged, this, &FileSender::TargetsChanged);
+  connect(&modules, &ModuleDirectory::selectionChanged, this, &FileSender::TargetsChanged);
+  connect(&modules, &ModuleDirectory::addressChanged, this, &FileSender::TargetsChanged);
+}
 
 FileSender::~FileSender() { Stop(); }
 
 void FileSender::PublishTargets() {
   publishScheduled_ = false;
-  if (flags_.fileJobBroadcast) return;
+  if (fileJobBroadcast) return;
   targets_.Publish(
-      flags_.fileJobAll == 0
-          ? std::vector<std::string>{selection_.selectedModuleIp.toStdString()}
-          : FileTargetAddresses(modules_, flags_.fileJobModel, selection_.useLanIp != 0));
+      fileJobAll == 0
+          ? std::vector<std::string>{modules_.selectedModuleIp.toStdString()}
+          : FileTargetAddresses(modules_.table(), fileJobModel, modules_.useLanIp != 0));
 }
 
 void FileSender::TargetsChanged() {
-  if (!flags_.fileJobRunning || publishScheduled_) return;
+  if (!link_.fileJobRunning || publishScheduled_) return;
   publishScheduled_ = true;
   QTimer::singleShot(0, this, &FileSender::PublishTargets);
 }
 
 bool FileSender::SendFileFrame(const std::uint8_t* frame, std::size_t length) {
-  if (flags_.fileJobBroadcast != 0) {
+  if (fileJobBroadcast != 0) {
     // Nobody is told of a lost broadcast block.
     int ignored = 0;
-    socket_.SendTo(frame, length, frame::kModulePort, "255.255.255.255", &ignored);
+    link_.SendTo(frame, length, "255.255.255.255", &ignored);
     return true;
   }
   const FileTargetSnapshot::Targets targets = targets_.Read();
   int error = 0;
   for (const std::string& address : *targets)
-    if (socket_.SendTo(frame, length, frame::kModulePort, address, &error) == -1) {
+    if (link_.SendTo(frame, length, address, &error) == -1) {
       emit StatusText(QString::asprintf(" SendTo cmd Error(%d)= %x", error,
                                         static_cast<unsigned>(frame[frame::kCommand])));
       return false;
@@ -50,7 +53,7 @@ bool FileSender::SendFileFrame(const std::uint8_t* frame, std::size_t length) {
 }
 
 bool FileSender::StartJob(FileJob job) {
-  if (flags_.fileJobRunning) return false;
+  if (link_.fileJobRunning) return false;
   if (thread_.joinable()) thread_.join();  // the last job's thread, already at its end
   {
     std::lock_guard lock(mutex_);
@@ -58,8 +61,11 @@ bool FileSender::StartJob(FileJob job) {
   }
   blocksSent_ = 0;
   blockTotal_ = static_cast<int>(BlockCount(job.content.size()));
+  fileJobBroadcast = job.broadcast;
+  fileJobAll = job.all;
+  fileJobModel = job.model;
   PublishTargets();
-  flags_.fileJobRunning = true;
+  link_.fileJobRunning = true;
   thread_ = std::thread([this, job = std::move(job)]() mutable { SendFileFrames(std::move(job)); });
   return true;
 }
@@ -77,7 +83,7 @@ void FileSender::SendFileFrames(FileJob job) {
     std::unique_lock lock(mutex_);
     if (wake_.wait_until(lock, due, [this] { return stop_; })) break;
   }
-  flags_.fileJobRunning = false;
+  link_.fileJobRunning = false;
 }
 
 void FileSender::Stop() {

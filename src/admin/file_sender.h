@@ -19,25 +19,29 @@
 
 namespace torvek {
 
-class CellTable;
-class CNotifySocket;
-struct FileJobFlags;
-struct Selection;
+class ManagementLink;
+class ModuleDirectory;
 
 // What the sender needs of a job: the frame with its fixed fields, the whole
-// file as it was read when the job started, and the pause after each block.
+// file as it was read when the job started, the pause after each block, and
+// where the blocks go.
 struct FileJob {
   FrameBuffer frame{};
   std::vector<std::uint8_t> content;
   int gapMs = 20;
+  // 1 broadcasts every block.
+  int broadcast = 0;
+  // 1 sends to all rows (of the job's model) rather than the selected module.
+  int all = 0;
+  int model = 0;
 };
 
 class FileSender : public QObject {
   Q_OBJECT
  public:
-  // The list and the selection are read on the UI thread only.
-  FileSender(CNotifySocket& socket, FileJobFlags& flags, const CellTable& modules,
-             const Selection& selection, QObject* parent = nullptr);
+  // The list and the selection are read on the UI thread only. The sender
+  // follows their changes by itself.
+  FileSender(ManagementLink& link, const ModuleDirectory& modules, QObject* parent = nullptr);
   ~FileSender() override;
 
   // UI thread: the targets of the list, the selection and the choice of
@@ -53,8 +57,8 @@ class FileSender : public QObject {
   bool SendFileFrame(const std::uint8_t* frame, std::size_t length);
 
   // UI thread: publishes the targets and sends the job's blocks in order on
-  // the sender's thread, with fileJobRunning set until the pause after the
-  // last. False while a job runs.
+  // the sender's thread, with the link's fileJobRunning set until the pause
+  // after the last. False while a job runs.
   bool StartJob(FileJob job);
   // UI thread: ends a running job at once and waits for its thread.
   void Stop();
@@ -62,6 +66,12 @@ class FileSender : public QObject {
   // the blocks of that job.
   int BlocksSent() const { return blocksSent_.load(); }
   int BlockTotal() const { return blockTotal_.load(); }
+
+  // Where the blocks of the job of now (or the last one) go: its broadcast,
+  // all and model. Read by the sender's thread.
+  std::atomic<int> fileJobBroadcast{0};
+  std::atomic<int> fileJobAll{0};
+  std::atomic<int> fileJobModel{0};
 
  signals:
   // Emitted on the sender's thread; connect it to the UI thread.
@@ -72,10 +82,8 @@ class FileSender : public QObject {
   // a plain sleep, so that the time of the sends does not add to the job.
   void SendFileFrames(FileJob job);
 
-  CNotifySocket& socket_;
-  FileJobFlags& flags_;
-  const CellTable& modules_;
-  const Selection& selection_;
+  ManagementLink& link_;
+  const ModuleDirectory& modules_;
   FileTargetSnapshot targets_;
   bool publishScheduled_ = false;
   std::thread thread_;

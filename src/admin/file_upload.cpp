@@ -1,14 +1,14 @@
 #include "admin/file_upload.h"
 
+#include <QCursor>
 #include <QFile>
 #include <QGuiApplication>
 
 #include "admin/file_job.h"
 #include "admin/file_sender.h"
 #include "admin/image_check.h"
-#include "controls/cell_color_list.h"
-#include "core/module_record.h"
-#include "core/process_values.h"
+#include "core/management_link.h"
+#include "core/module_directory.h"
 #include "platform/platform.h"
 
 namespace torvek {
@@ -35,10 +35,8 @@ bool FileUpload::CheckImageFile(int model, int operation, QString path) {
 }
 
 void FileUpload::PingAllModules() {
-  const int column = links_.selection.useLanIp ? kColLanIp : kColWanIp;
   for (int row = 0; row < links_.modules.RowCount(); ++row)
-    links_.platform.launcher.StartHidden("ping",
-                                         {"-c", "2", links_.modules.GetItemText(row, column)});
+    links_.platform.launcher.StartHidden("ping", {"-c", "2", links_.modules.AddressOfRow(row)});
   links_.platform.clock.WaitOnUiThread(2000);
 }
 
@@ -58,17 +56,16 @@ bool FileUpload::StartFileJob(std::uint8_t command, const MacAddress& moduleMac,
     }
   }
   FileJob job;
-  job.frame = MakeJobFrame(command, static_cast<std::uint16_t>(model), links_.program.pcMac,
-                           moduleMac, all != 0, static_cast<std::uint32_t>(file.size));
+  job.frame = MakeJobFrame(command, static_cast<std::uint16_t>(model), links_.link.pcMac, moduleMac,
+                           all != 0, static_cast<std::uint32_t>(file.size));
   // A file that cannot be opened for update gives no blocks: the job ends at
   // once, as one that could not open its file.
   job.content = std::move(file.content);
   job.gapMs = kBlockGapMs;
-  FileJobFlags& flags = links_.fileJob;
-  flags.jobPath = path;
-  flags.fileJobBroadcast = protocol;
-  flags.fileJobModel = model;
-  flags.fileJobAll = all;
+  job.broadcast = protocol;
+  job.model = model;
+  job.all = all;
+  jobPath = path;
   if (!links_.sender.StartJob(std::move(job))) return false;
   emit StatusText("Sending....");
   return true;
@@ -77,14 +74,8 @@ bool FileUpload::StartFileJob(std::uint8_t command, const MacAddress& moduleMac,
 int FileUpload::BlocksSent() const { return links_.sender.BlocksSent(); }
 int FileUpload::BlockTotal() const { return links_.sender.BlockTotal(); }
 
-bool FileUpload::RefusesSearch() {
-  if (!links_.fileJob.fileJobRunning) return false;
-  links_.platform.prompter.Message("Module config is on process, try later !!!");
-  return true;
-}
-
 bool FileUpload::KeepsJobAddress(const QString& chosenAddress) {
-  if (!links_.fileJob.fileJobRunning) return false;
+  if (!links_.link.fileJobRunning) return false;
   links_.platform.prompter.Message(QString::asprintf(" Upgrade process is running to %s",
                                                      chosenAddress.toLocal8Bit().constData()));
   return true;

@@ -10,22 +10,18 @@
 
 namespace torvek {
 
-class CCellColorList;
 class FileSender;
-struct FileJobFlags;
+class ManagementLink;
+class ModuleDirectory;
 struct Platform;
-struct ProgramValues;
-struct Selection;
 
 struct FileUploadLinks {
   Platform& platform;
-  // pcMac is read.
-  const ProgramValues& program;
-  // useLanIp is read.
-  const Selection& selection;
-  FileJobFlags& fileJob;
+  // pcMac and fileJobRunning are read.
+  const ManagementLink& link;
+  // The rows and useLanIp are read.
+  const ModuleDirectory& modules;
   FileSender& sender;
-  const CCellColorList& modules;
 };
 
 class FileUpload : public QObject {
@@ -43,15 +39,15 @@ class FileUpload : public QObject {
   // choices of the Change system data dialog.
   bool StartFileJob(std::uint8_t command, const MacAddress& moduleMac, QString path, int all,
                     int model, int operation, int protocol);
-  // The busy rule of a running job. A new search would empty the rows the
-  // job sends to: refused, and the operator told.
-  bool RefusesSearch();
   // A row chosen while a job runs does not move the job: its blocks keep
   // their address, and the operator is told where they still go.
   bool KeepsJobAddress(const QString& chosenAddress);
   // Blocks sent and all blocks of the job of now or the last one.
   int BlocksSent() const;
   int BlockTotal() const;
+
+  // The file of the job of now or the last one.
+  QString jobPath;
 
  signals:
   void StatusText(const QString& text);

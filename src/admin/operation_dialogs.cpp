@@ -1,8 +1,8 @@
 #include "admin/operation_dialogs.h"
 
+#include "admin/model_code.h"
 #include "admin/module_command.h"
-#include "core/model_code.h"
-#include "core/process_values.h"
+#include "core/module_directory.h"
 #include "platform/prompter.h"
 #include "ui_company_id_dialog.h"
 #include "ui_get_operation_dialog.h"
@@ -57,7 +57,8 @@ void CGetOperationDlg::accept() {
   QDialog::accept();
 }
 
-CSystemDataDlg::CSystemDataDlg(Prompter& prompter, const Selection& selection, QWidget* parent)
+CSystemDataDlg::CSystemDataDlg(Prompter& prompter, const ModuleDirectory& selection,
+                               QWidget* parent)
     : QDialog(parent), prompter_(prompter), selection_(selection),
       ui_(std::make_unique<Ui::SystemDataDialog>()) {
   ui_->setupUi(this);

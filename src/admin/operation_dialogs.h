@@ -17,7 +17,7 @@ class SystemDataDialog;
 namespace torvek {
 
 class Prompter;
-struct Selection;
+class ModuleDirectory;
 
 // "Selected module" (0) or "All modules" (1).
 class CHowManyDlg : public QDialog {
@@ -72,7 +72,7 @@ class CSystemDataDlg : public QDialog {
 
   // Opens on the selection of now; a selected row whose type names no model
   // is told in a box, and leaves Module Type for the operator to choose.
-  CSystemDataDlg(Prompter& prompter, const Selection& selection, QWidget* parent = nullptr);
+  CSystemDataDlg(Prompter& prompter, const ModuleDirectory& selection, QWidget* parent = nullptr);
   ~CSystemDataDlg() override;
 
   // The four choices, -1 until OK stores them.
@@ -95,7 +95,7 @@ class CSystemDataDlg : public QDialog {
   void WriteChoices();
 
   Prompter& prompter_;
-  const Selection& selection_;
+  const ModuleDirectory& selection_;
   std::unique_ptr<Ui::SystemDataDialog> ui_;
 };
 

@@ -1,7 +1,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 
-#include "core/main_dialog.h"
+#include "app/main_dialog.h"
 #include "platform/template_font.h"
 
 namespace {

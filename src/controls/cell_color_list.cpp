@@ -18,6 +18,10 @@ CellTableModel::CellTableModel(CellTable& table, QObject* parent)
   connect(&flushTimer_, &QTimer::timeout, this, &CellTableModel::FlushRows);
 }
 
+CellTableModel::~CellTableModel() {
+  if (table_.Observer() == this) table_.SetObserver(nullptr);
+}
+
 int CellTableModel::rowCount(const QModelIndex& parent) const {
   return parent.isValid() ? 0 : shownRows_;
 }
@@ -117,8 +121,9 @@ void CellTableModel::OnRowsMoved(const std::vector<int>& newToOld) {
   emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
 }
 
-CCellColorList::CCellColorList(QWidget* parent) : QTableView(parent), model_(table_, this) {
-  setModel(&model_);
+CCellColorList::CCellColorList(QWidget* parent)
+    : QTableView(parent), model_(std::make_unique<CellTableModel>(ownTable_, this)) {
+  setModel(model_.get());
   setSelectionBehavior(QAbstractItemView::SelectRows);
   setSelectionMode(QAbstractItemView::SingleSelection);
   setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -140,49 +145,62 @@ CCellColorList::CCellColorList(QWidget* parent) : QTableView(parent), model_(tab
 int CCellColorList::InsertColumn(int index, const QString& title, int format, int width,
                                  int /*subItem*/) {
   const Align align = format == 2 ? Align::Center : format == 1 ? Align::Right : Align::Left;
-  const int at = table_.InsertColumn(index, title.toStdString(), align, width);
+  const int at = table_->InsertColumn(index, title.toStdString(), align, width);
   if (at < 0) return at;
-  for (int c = 0; c < table_.ColumnCount(); ++c)
-    horizontalHeader()->resizeSection(c, table_.ColumnAt(c).width);
+  ResizeSections();
   return at;
 }
 
+void CCellColorList::ShowTable(CellTable& table) {
+  auto model = std::make_unique<CellTableModel>(table, this);
+  setModel(model.get());
+  ownTable_.SetObserver(nullptr);
+  model_ = std::move(model);
+  table_ = &table;
+  ResizeSections();
+}
+
+void CCellColorList::ResizeSections() {
+  for (int c = 0; c < table_->ColumnCount(); ++c)
+    horizontalHeader()->resizeSection(c, table_->ColumnAt(c).width);
+}
+
 int CCellColorList::InsertRow(int index, const QString& text, std::intptr_t userData) {
-  return table_.InsertRow(index, text.toStdString(), userData);
+  return table_->InsertRow(index, text.toStdString(), userData);
 }
 
 bool CCellColorList::SetCellText(int row, int column, const QString& text) {
-  return table_.SetCellText(row, column, text.toStdString());
+  return table_->SetCellText(row, column, text.toStdString());
 }
 
 QString CCellColorList::GetItemText(int row, int column) const {
-  return QString::fromStdString(table_.GetItemText(row, column));
+  return QString::fromStdString(table_->GetItemText(row, column));
 }
 
 int CCellColorList::DeleteAllRows() {
   setUpdatesEnabled(false);
-  const int count = table_.DeleteAllRows();
+  const int count = table_->DeleteAllRows();
   setUpdatesEnabled(true);
   return count;
 }
 
 void CCellColorList::SetCellBackground(int row, int column, Color color, bool redraw) {
-  table_.SetCellBackground(row, column, color);
+  table_->SetCellBackground(row, column, color);
   if (redraw) viewport()->repaint();
 }
 
 Color CCellColorList::GetCellBackground(int row, int column) const {
-  return table_.GetCellBackground(row, column);
+  return table_->GetCellBackground(row, column);
 }
 
 void CCellColorList::SetCellTextColor(int row, int column, Color color, bool redraw) {
-  table_.SetCellTextColor(row, column, color);
+  table_->SetCellTextColor(row, column, color);
   if (redraw) viewport()->repaint();
 }
 
 void CCellColorList::OnHeaderClick(int column) {
   if (!horizontalHeader()->sectionsClickable()) return;
-  table_.SortByHeaderClick(column);
+  table_->SortByHeaderClick(column);
 }
 
 int CCellColorList::SelectedRow() const {

@@ -6,6 +6,7 @@
 #include <QAbstractTableModel>
 #include <QTableView>
 #include <QTimer>
+#include <memory>
 #include <string>
 
 #include "controls/cell_table.h"
@@ -16,6 +17,7 @@ class CellTableModel : public QAbstractTableModel, public CellTableObserver {
   Q_OBJECT
  public:
   explicit CellTableModel(CellTable& table, QObject* parent = nullptr);
+  ~CellTableModel() override;
 
   int rowCount(const QModelIndex& parent = {}) const override;
   int columnCount(const QModelIndex& parent = {}) const override;
@@ -45,12 +47,16 @@ class CCellColorList : public QTableView {
  public:
   explicit CCellColorList(QWidget* parent = nullptr);
 
+  // Shows a table that someone else owns (and that outlives the list)
+  // instead of the list's own.
+  void ShowTable(CellTable& table);
+
   // format: 0 left, 1 right, 2 centred.
   int InsertColumn(int index, const QString& title, int format, int width, int subItem = -1);
   int InsertRow(int index, const QString& text, std::intptr_t userData = 0);
   bool SetCellText(int row, int column, const QString& text);
   QString GetItemText(int row, int column) const;
-  int RowCount() const { return table_.RowCount(); }
+  int RowCount() const { return table_->RowCount(); }
   int DeleteAllRows();
   // A row or column outside the list means all; color kSystemColor (-1) is the
   // system's window colour. With `redraw` the list repaints at once.
@@ -58,7 +64,7 @@ class CCellColorList : public QTableView {
   Color GetCellBackground(int row, int column) const;
   void SetCellTextColor(int row, int column, Color color, bool redraw = false);
   // The value the row was inserted with; it follows the row through a sort.
-  std::intptr_t GetRowData(int row) const { return table_.GetRowData(row); }
+  std::intptr_t GetRowData(int row) const { return table_->GetRowData(row); }
 
   // A click on a column header: sorts by that column, the same column again
   // in the other direction. Tells nobody: an index kept outside the list goes
@@ -70,16 +76,19 @@ class CCellColorList : public QTableView {
   // Keeps the selection painted as selected while the list has no focus.
   void SetShowSelectionAlways(bool on);
 
-  CellTable& table() { return table_; }
-  const CellTable& table() const { return table_; }
-  CellTableModel& model() { return model_; }
+  CellTable& table() { return *table_; }
+  const CellTable& table() const { return *table_; }
+  CellTableModel& model() { return *model_; }
 
  protected:
   void keyPressEvent(QKeyEvent* event) override;
 
  private:
-  CellTable table_;
-  CellTableModel model_;
+  void ResizeSections();
+
+  CellTable ownTable_;
+  CellTable* table_ = &ownTable_;
+  std::unique_ptr<CellTableModel> model_;
 };
 
 }  // namespace torvek

@@ -53,6 +53,7 @@ class CellTableObserver {
 class CellTable {
  public:
   void SetObserver(CellTableObserver* observer) { observer_ = observer; }
+  const CellTableObserver* Observer() const { return observer_; }
 
   // Rows are found by the text of this column through an index, not a scan.
   void SetKeyColumn(int column);
@@ -65,14 +66,14 @@ class CellTable {
   int InsertRow(int index, std::string text, std::intptr_t userData = 0);
   // Appends a row with all its texts at once (missing cells stay empty).
   template <typename Texts>
-  int AppendRow(Texts&& texts) {
+  int AppendRow(Texts&& texts, std::intptr_t userData = 0) {
     std::vector<Cell> row(columns_.size());
     std::size_t i = 0;
     for (auto& t : texts) {
       if (i >= row.size()) break;
       row[i++].text = std::move(t);
     }
-    return AppendRecord(RowRecord{std::move(row), 0});
+    return AppendRecord(RowRecord{std::move(row), userData});
   }
   bool SetCellText(int row, int column, std::string text);
   // Empty for a cell outside the table.

@@ -1,20 +1,10 @@
-// How a page sends a management request: the window stamps it and broadcasts
-// it through the one socket on 7981.
+// How a session sends a request whose answer changes the list: the management
+// link does it; tests stand in for it.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 namespace torvek {
-
-class FrameSender {
- public:
-  // False when the send failed; the operator has been told.
-  virtual bool SendFrame(std::uint8_t* frame, std::size_t length) = 0;
-
- protected:
-  ~FrameSender() = default;
-};
 
 // Requests whose answer changes the list go out with a search behind them;
 // a search of its own empties the list first.

@@ -44,7 +44,7 @@ std::string FieldText(const std::uint8_t* at, std::size_t width) {
 
 }  // namespace
 
-ModuleRow RowFromRecord(const std::uint8_t* datagram, std::size_t length, int rowIndex) {
+Module ModuleFromRecord(const std::uint8_t* datagram, std::size_t length) {
   // Work on a zero-filled copy of exactly one record, so that a short datagram
   // reads as zeros and a long one is cut at the record's end.
   std::array<std::uint8_t, frame::kRecordLength> record{};
@@ -52,53 +52,90 @@ ModuleRow RowFromRecord(const std::uint8_t* datagram, std::size_t length, int ro
   const std::size_t recordLength = version == 1 ? frame::kRecordLengthV1 : frame::kRecordLength;
   std::copy_n(datagram, std::min(length, recordLength), record.begin());
   const std::uint8_t* r = record.data();
+  const auto address = [r](std::size_t at) {
+    std::array<std::uint8_t, 4> a{};
+    std::copy_n(r + at, 4, a.begin());
+    return a;
+  };
 
+  Module m;
+  m.version = version;
+  std::copy_n(r + frame::kSourceMac, 6, m.mac.begin());
+  m.lanIp = address(frame::kLanIp);
+  m.lanMask = address(frame::kLanSubnet);
+  m.lanGateway = address(frame::kLanGateway);
+  m.dhcpServer = r[frame::kDhcpServer];
+  m.ssid = FieldText(r + frame::kSsid, frame::kSsidLength);
+  if (version >= 2) {
+    m.hasWan = true;
+    m.wanIp = address(frame::kWanIp);
+    m.wanMask = address(frame::kWanSubnet);
+    m.wanGateway = address(frame::kWanGateway);
+    std::copy_n(r + frame::kWanMac, 6, m.wanMac.begin());
+    m.ipType = r[frame::kIpType];
+  }
+  // Zeros pad a short version.
+  m.firmware = FieldText(r + frame::kFirmware, frame::kFirmwareLength);
+  m.modelCode = GetWord(r + frame::kModelCode, version);
+  m.mode = r[frame::kMode];
+  // The name runs to its terminator or to the end of the record.
+  m.name = FieldText(r + frame::kName, recordLength - frame::kName);
+  return m;
+}
+
+int Module::FirmwareMajor() const { return std::to_string(version)[0] - '0'; }
+
+std::optional<std::string_view> Module::ModelName() const { return ModelShortForm(modelCode); }
+
+ModuleRow RowFromModule(const Module& m, int rowIndex) {
   ModuleRow row;
   auto& c = row.cells;
-  c[kColLanIp] = DottedFromRecord(r + frame::kLanIp);
-  c[kColLanSubnet] = DottedFromRecord(r + frame::kLanSubnet);
-  c[kColLanGateway] = DottedFromRecord(r + frame::kLanGateway);
-  c[kColDhcp] = std::to_string(r[frame::kDhcpServer]);
-  c[kColMac] = MacText(r + frame::kSourceMac);
-  c[kColSsid] = FieldText(r + frame::kSsid, frame::kSsidLength);
-  if (version >= 2) {
-    c[kColWanIp] = DottedFromRecord(r + frame::kWanIp);
-    c[kColWanSubnet] = DottedFromRecord(r + frame::kWanSubnet);
-    c[kColWanGateway] = DottedFromRecord(r + frame::kWanGateway);
-    c[kColWanMac] = MacText(r + frame::kWanMac);
-    c[kColIpType] = IpTypeText(r[frame::kIpType]);
+  c[kColLanIp] = DottedFromRecord(m.lanIp.data());
+  c[kColLanSubnet] = DottedFromRecord(m.lanMask.data());
+  c[kColLanGateway] = DottedFromRecord(m.lanGateway.data());
+  c[kColDhcp] = std::to_string(m.dhcpServer);
+  c[kColMac] = MacText(m.mac.data());
+  c[kColSsid] = m.ssid;
+  if (m.hasWan) {
+    c[kColWanIp] = DottedFromRecord(m.wanIp.data());
+    c[kColWanSubnet] = DottedFromRecord(m.wanMask.data());
+    c[kColWanGateway] = DottedFromRecord(m.wanGateway.data());
+    c[kColWanMac] = MacText(m.wanMac.data());
+    c[kColIpType] = IpTypeText(m.ipType);
   }
-  // Firmware characters are shown up to the first zero: zeros pad a short version.
-  const std::string firmware = FieldText(r + frame::kFirmware, frame::kFirmwareLength);
-  c[kColVersion] = std::to_string(version) + " : " + firmware +
-                   (firmware.size() == frame::kFirmwareLength ? " " : "");
+  c[kColVersion] = std::to_string(m.version) + " : " + m.firmware +
+                   (m.firmware.size() == frame::kFirmwareLength ? " " : "");
 
-  const std::uint16_t code = GetWord(r + frame::kModelCode, version);
   std::string shortForm;
-  if (auto known = ModelShortForm(code)) {
+  if (auto known = m.ModelName()) {
     shortForm = std::string(*known);
-    if (code == kModel740) row.typeBackground = kColor740;
-    if (code == kModel740P) row.typeBackground = kColor740P;
+    if (m.modelCode == kModel740) row.typeBackground = kColor740;
+    if (m.modelCode == kModel740P) row.typeBackground = kColor740P;
   } else {
     char number[16];
     std::snprintf(number, sizeof number, "%3d", rowIndex + 1);
     shortForm = number;
   }
-  c[kColType] = shortForm + ":" + ModeText(r[frame::kMode]);
-
-  // The name runs to its terminator or to the end of the record.
-  c[kColName] = FieldText(r + frame::kName, recordLength - frame::kName);
-  if (c[kColName].empty()) c[kColName] = "None";
+  c[kColType] = shortForm + ":" + ModeText(m.mode);
+  c[kColName] = m.name.empty() ? "None" : m.name;
   return row;
 }
 
-int AddModuleRecord(CellTable& list, const std::uint8_t* datagram, std::size_t length) {
+ModuleRow RowFromRecord(const std::uint8_t* datagram, std::size_t length, int rowIndex) {
+  return RowFromModule(ModuleFromRecord(datagram, length), rowIndex);
+}
+
+int AddModuleRow(CellTable& list, const Module& module, std::intptr_t userData) {
   const int rowIndex = list.RowCount();
-  ModuleRow row = RowFromRecord(datagram, length, rowIndex);
+  ModuleRow row = RowFromModule(module, rowIndex);
   if (list.FindRow(row.cells[kColMac]) >= 0) return -1;
-  list.AppendRow(std::move(row.cells));
+  list.AppendRow(std::move(row.cells), userData);
   if (row.typeBackground) list.SetCellBackground(rowIndex, kColType, *row.typeBackground);
   return rowIndex;
+}
+
+int AddModuleRecord(CellTable& list, const std::uint8_t* datagram, std::size_t length) {
+  return AddModuleRow(list, ModuleFromRecord(datagram, length));
 }
 
 }  // namespace torvek

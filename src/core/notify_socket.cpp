@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "core/socket_errors.h"
-#include "platform/prompter.h"
 #include "platform/tcp_socket.h"
 #include "platform/udp_socket.h"
 
@@ -23,8 +22,7 @@ constexpr std::int64_t kQuietUs = 1000;
 constexpr qint64 kHoldBackMs = 50;
 }  // namespace
 
-CNotifySocket::CNotifySocket(Prompter& prompter, QObject* parent)
-    : QObject(parent), prompter_(prompter) {
+CNotifySocket::CNotifySocket(QObject* parent) : QObject(parent) {
   holdBackTimer_.setSingleShot(true);
   holdBackTimer_.setTimerType(Qt::PreciseTimer);
   holdBackTimer_.setInterval(1);
@@ -34,11 +32,11 @@ CNotifySocket::CNotifySocket(Prompter& prompter, QObject* parent)
 // The stream socket is a child and goes with the object.
 CNotifySocket::~CNotifySocket() { Close(); }
 
-bool CNotifySocket::CreateDatagram(std::uint16_t port) {
+bool CNotifySocket::CreateDatagram(std::uint16_t port, const std::string& address) {
   Close();
   auto udp = std::make_unique<UdpSocket>(
       [this] { QMetaObject::invokeMethod(this, &CNotifySocket::Drain, Qt::QueuedConnection); });
-  const int error = udp->Bind(port, kReceiveSize);
+  const int error = udp->Bind(port, kReceiveSize, address);
   if (error != 0) {
     lastError = SocketErrorFromErrno(error);
     return false;
@@ -97,11 +95,11 @@ bool CNotifySocket::SetBuffers(int sendBytes, int receiveBytes) {
     return tcp_ ? tcp_->SetReceiveBuffer(receiveBytes) : udp_->SetReceiveBuffer(receiveBytes);
   };
   if (!IsOpen() || setSend() != 0) {
-    prompter_.Message(QString::asprintf("SetSockOpt Error TX(%d) ", sendBytes));
+    emit Tell(QString::asprintf("SetSockOpt Error TX(%d) ", sendBytes));
     return false;
   }
   if (setReceive() != 0) {
-    prompter_.Message(QString::asprintf("SetSockOpt Error Rx(%d) ", receiveBytes));
+    emit Tell(QString::asprintf("SetSockOpt Error Rx(%d) ", receiveBytes));
     return false;
   }
   return true;
@@ -196,7 +194,7 @@ void CNotifySocket::OnConnect(int error) {
     ReportError(error);
     return;
   }
-  prompter_.Message("Connection is established");
+  emit Tell("Connection is established");
   // Reading starts once the owner can hear of the connection.
   if (tcp_) tcp_->SetReading(true);
   if (notifyWindow)
@@ -204,7 +202,7 @@ void CNotifySocket::OnConnect(int error) {
 }
 
 void CNotifySocket::OnClose(int error) {
-  if (error == 0) prompter_.Message("disconnected");
+  if (error == 0) emit Tell("disconnected");
   // errorText stays as an earlier error left it.
   if (notifyWindow)
     QCoreApplication::postEvent(notifyWindow, new PrivateMessage(notifyMessage, kFailed, 0));

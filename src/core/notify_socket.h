@@ -18,7 +18,6 @@
 
 namespace torvek {
 
-class Prompter;
 class TcpSocket;
 class UdpSocket;
 struct ReceivedDatagram;
@@ -47,12 +46,12 @@ class CNotifySocket : public QObject {
   // First parameter of the notification.
   enum Notification { kData = 0, kFailed = 1, kConnected = 2 };
 
-  explicit CNotifySocket(Prompter& prompter, QObject* parent = nullptr);
+  explicit CNotifySocket(QObject* parent = nullptr);
   ~CNotifySocket() override;
 
   // A datagram socket bound to `port` on any local address. False on failure,
   // with lastError holding the code.
-  bool CreateDatagram(std::uint16_t port);
+  bool CreateDatagram(std::uint16_t port, const std::string& address = {});
   // A stream socket on any local port. False on failure, with lastError set.
   bool CreateStream();
   // Starts a connect and returns at once; OnConnect brings the outcome.
@@ -65,7 +64,7 @@ class CNotifySocket : public QObject {
   void SetNotifyMessage(int message) { notifyMessage = message; }
   void SetNotifyWindow(QObject* window) { notifyWindow = window; }
   bool SetBroadcast(bool on);
-  // SO_SNDBUF, then SO_RCVBUF; each failure is told in a box.
+  // SO_SNDBUF, then SO_RCVBUF; each failure is told.
   bool SetBuffers(int sendBytes, int receiveBytes);
   // Gives the bytes sent or -1, with lastError set, or *error when given (a
   // sender on another thread leaves lastError to the UI thread).
@@ -84,6 +83,11 @@ class CNotifySocket : public QObject {
   QString errorText;
   std::uint16_t receivedLength = 0;
 
+ signals:
+  // A text for the operator's box; connect it directly, so that the box
+  // comes where the socket used to show it.
+  void Tell(const QString& text);
+
  private slots:
   // Hands the datagrams that arrived to the owner, one at a time and in order,
   // in slices that leave the event loop time to paint.
@@ -96,7 +100,6 @@ class CNotifySocket : public QObject {
   void OnClose(int error);
   void OnStreamReadable();
 
-  Prompter& prompter_;
   // Replaced and closed on the UI thread only, under the lock; a send from
   // the file sender holds it shared, so it never meets a closing socket.
   mutable std::shared_mutex udpLock_;

@@ -48,7 +48,7 @@ UdpSocket::UdpSocket(std::function<void()> wake) : wake_(std::move(wake)) {}
 
 UdpSocket::~UdpSocket() { Close(); }
 
-int UdpSocket::Bind(std::uint16_t port, std::size_t receiveLimit) {
+int UdpSocket::Bind(std::uint16_t port, std::size_t receiveLimit, const std::string& address) {
   Close();
   receiveLimit_ = receiveLimit;
   const int fd = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
@@ -57,6 +57,10 @@ int UdpSocket::Bind(std::uint16_t port, std::size_t receiveLimit) {
   local.sin_family = AF_INET;
   local.sin_port = htons(port);
   local.sin_addr.s_addr = htonl(INADDR_ANY);
+  if (!address.empty() && ::inet_pton(AF_INET, address.c_str(), &local.sin_addr) != 1) {
+    ::close(fd);
+    return EADDRNOTAVAIL;
+  }
   if (::bind(fd, reinterpret_cast<sockaddr*>(&local), sizeof local) != 0) {
     const int error = errno;
     ::close(fd);
@@ -68,7 +72,9 @@ int UdpSocket::Bind(std::uint16_t port, std::size_t receiveLimit) {
     ::close(fd);
     return error;
   }
-  ring_ = std::make_unique<std::uint8_t[]>(kRingBytes);  // zeroed: touched now, not mid-burst
+  // Left untouched: the pages become resident as a burst first reaches
+  // them, so an idle socket costs no memory.
+  ring_ = std::make_unique_for_overwrite<std::uint8_t[]>(kRingBytes);
   writePos_ = readPos_ = 0;
   fd_ = fd;
   reader_ = std::thread([this] { ReadLoop(); });

@@ -35,8 +35,9 @@ class UdpSocket {
   UdpSocket(const UdpSocket&) = delete;
   UdpSocket& operator=(const UdpSocket&) = delete;
 
-  // Binds to any local address. Gives 0 or an errno value.
-  int Bind(std::uint16_t port, std::size_t receiveLimit);
+  // Binds to `address`, or to any local address when it is empty. Gives 0 or
+  // an errno value.
+  int Bind(std::uint16_t port, std::size_t receiveLimit, const std::string& address = {});
   bool IsOpen() const { return fd_ >= 0; }
   // Each gives 0 or an errno value.
   int SetBroadcast(bool on);
@@ -73,8 +74,7 @@ class UdpSocket {
   std::deque<ReceivedDatagram> queue_;
   std::uint64_t dropped_ = 0;
   std::atomic<std::int64_t> lastReceiveUs_{0};
-  // Received bytes wait here, back to back, until the owner has handled them:
-  // memory touched once at start, so a burst never waits for fresh pages.
+  // Received bytes wait here, back to back, until the owner has handled them.
   std::unique_ptr<std::uint8_t[]> ring_;
   std::uint64_t writePos_ = 0;  // reader only
   std::uint64_t readPos_ = 0;   // under mutex_

@@ -4,9 +4,8 @@
 #include <QFile>
 #include <algorithm>
 
-#include "controls/cell_table.h"
 #include "core/latin1_text.h"
-#include "core/module_record.h"
+#include "core/module_directory.h"
 #include "platform/platform.h"
 
 namespace torvek {
@@ -18,7 +17,9 @@ constexpr int kArpFlushMs = 2000;
 }  // namespace
 
 JigSession::JigSession(JigLinks links, QObject* parent)
-    : QObject(parent), links_(std::move(links)), socket_(links_.platform.prompter) {
+    : QObject(parent), links_(std::move(links)) {
+  connect(&socket_, &CNotifySocket::Tell, this,
+          [this](const QString& text) { links_.platform.prompter.Message(text); });
   arpTimer_.setObjectName("timer1432");
   arpTimer_.setInterval(kArpFlushMs);
   connect(&arpTimer_, &QTimer::timeout, this, &JigSession::OnArpTimer);
@@ -45,17 +46,20 @@ void JigSession::Close() {
 
 void JigSession::SendJigRequest(std::uint8_t item) {
   const JigRequest request = BuildJigRequest(item);
-  QString& address = links_.selection.selectedAddress;
-  const JigTarget target = ChooseJigTarget(!address.isEmpty(), links_.moduleList.RowCount());
+  ModuleDirectory& modules = links_.modules;
+  const JigTarget target = ChooseJigTarget(!modules.selectedAddress.isEmpty(), modules.RowCount());
   if (const std::string_view refusal = JigTargetRefusal(target); !refusal.empty()) {
     links_.platform.prompter.Message(Latin1Text(refusal));
     return;
   }
   // It stays the address of later requests, also after a new search.
-  if (target == JigTarget::FirstRow)
-    address = QString::fromStdString(links_.moduleList.GetItemText(0, kColLanIp));
+  if (target == JigTarget::FirstRow) {
+    const Module* first = modules.ModuleAt(0);
+    modules.SetSelectedAddress(first ? QString::fromStdString(DottedFromRecord(first->lanIp.data()))
+                                     : QString());
+  }
   // Fire and forget; a socket that never opened sends nothing, silently.
-  socket_.SendTo(request.data(), request.size(), kJigPort, address.toStdString());
+  socket_.SendTo(request.data(), request.size(), kJigPort, modules.selectedAddress.toStdString());
 }
 
 void JigSession::OnRowTest(std::uint8_t item) {
@@ -121,10 +125,9 @@ void JigSession::OnJigAnswer(long long wParam, long long length) {
           ? static_cast<std::size_t>(std::clamp<long long>(length, 0, socket_.receivedLength))
           : 0;
   const JigAnswer answer = ReadJigAnswer(socket_.receiveBuffer.data(), taken);
-  const CellTable& list = links_.moduleList;
-  const std::string noMac;
+  const Module* first = links_.modules.ModuleAt(0);
   const JigAnswerEffect effect =
-      DecideJigAnswer(answer, list.RowCount() > 0 ? list.GetItemText(0, kColMac) : noMac);
+      DecideJigAnswer(answer, first ? MacText(first->mac.data()) : std::string());
   if (!effect.known) {
     links_.platform.prompter.Message(Latin1Text(kJigUnknownText));
     return;

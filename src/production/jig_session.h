@@ -12,12 +12,11 @@
 
 #include "core/frame_sender.h"
 #include "core/notify_socket.h"
-#include "core/process_values.h"
 #include "production/jig_rules.h"
 
 namespace torvek {
 
-class CellTable;
+class ModuleDirectory;
 struct Platform;
 
 // What the session needs of its page.
@@ -34,10 +33,9 @@ class JigView {
 
 struct JigLinks {
   Platform& platform;
-  // The session writes selectedAddress once, when it takes the only module of
+  // The session sets selectedAddress once, when it takes the only module of
   // the list as the one meant.
-  Selection& selection;
-  const CellTable& moduleList;
+  ModuleDirectory& modules;
   // A run searches first, without the file job's check.
   SearchingSender& search;
 };

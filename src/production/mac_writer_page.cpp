@@ -3,7 +3,7 @@
 #include <QKeyEvent>
 
 #include "controls/status_label.h"
-#include "core/process_values.h"
+#include "core/module_directory.h"
 #include "platform/platform.h"
 #include "production/mac_setup_dialog.h"
 #include "ui_mac_writer_page.h"
@@ -30,8 +30,8 @@ CMacWriterPage::CMacWriterPage(MacWriterLinks links, QWidget* parent)
     : QWidget(parent), links_(std::move(links)), ui_(std::make_unique<Ui::MacWriterPage>()) {
   ui_->setupUi(this);
   setObjectName("mac_writer_page");
-  links_.reportStatus = [this](int code) { ReportStatus(code); };
   session_ = std::make_unique<MacWriterSession>(links_);
+  connect(session_.get(), &MacWriterSession::ReportStatus, this, &CMacWriterPage::ReportStatus);
 
   connect(ui_->macWriteButton, &QPushButton::clicked, this, &CMacWriterPage::OnMacWrite);
   connect(ui_->barcodeModeRadio, &QRadioButton::clicked, this, &CMacWriterPage::OnBarcodeMode);
@@ -126,7 +126,7 @@ void CMacWriterPage::OnManualMode() {
 }
 
 void CMacWriterPage::OnMacWrite() {
-  if (links_.selection.selectedRow == -1) {
+  if (links_.modules.selectedRow == -1) {
     links_.platform.prompter.Message(
         "Module is not selected at the list, Please select module first!!!");
     return;
@@ -169,6 +169,11 @@ void CMacWriterPage::OnMacWriteAnswer(const std::uint8_t* frame, std::size_t len
   RefreshMacTexts();
   session_->StartRebootTimer();
   UpdateData(false);
+}
+
+void CMacWriterPage::OnMacWriteAnswer(const QByteArray& answer) {
+  OnMacWriteAnswer(reinterpret_cast<const std::uint8_t*>(answer.constData()),
+                   static_cast<std::size_t>(answer.size()));
 }
 
 void CMacWriterPage::ReportStatus(int code) {

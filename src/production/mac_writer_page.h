@@ -34,6 +34,7 @@ class CMacWriterPage : public QWidget {
   void OnManualMode();
   // Every answer 53, 57 or 82 that is no refusal comes here, written or not.
   void OnMacWriteAnswer(const std::uint8_t* frame, std::size_t length);
+  void OnMacWriteAnswer(const QByteArray& answer);
   void ReportStatus(int code);
 
   bool SaveMacData(bool advance) { return session_->SaveMacData(advance); }

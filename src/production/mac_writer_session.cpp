@@ -2,9 +2,9 @@
 
 #include <QFile>
 
+#include "admin/model_code.h"
 #include "core/daily_log.h"
-#include "core/model_code.h"
-#include "core/process_values.h"
+#include "core/module_directory.h"
 #include "platform/durable_file.h"
 #include "platform/platform.h"
 
@@ -39,7 +39,7 @@ MacWriterSession::MacWriterSession(const MacWriterLinks& links, QObject* parent)
 }
 
 void MacWriterSession::LoadMacData() {
-  const QString& dir = links_.program.programDir;
+  const QString& dir = links_.programDir;
   macFilePath = dir + "mac_data_file.txt";
   inFlightPath = dir + "mac_in_flight.txt";
   labelPath_ = links_.platform.paths.FixedFile("mac_label.txt");
@@ -71,7 +71,7 @@ bool MacWriterSession::SaveMacData(bool advance) {
   std::uint32_t step = 0;
   if (advance) {
     step = static_cast<std::uint32_t>(
-        MacStepOf(ModelCodeOrTell(links_.selection.selectedModuleType, links_.platform.prompter)));
+        MacStepOf(ModelCodeOrTell(links_.modules.selectedModuleType, links_.platform.prompter)));
     if (step == 0) {
       links_.platform.prompter.Message(" Invalid Device Type");
       return true;
@@ -80,7 +80,7 @@ bool MacWriterSession::SaveMacData(bool advance) {
   const std::uint32_t next = counter.macId + step;
   if (!WriteFileDurably(macFilePath,
                         QByteArray::fromStdString(FormatMacData(next, counter.macCompanyId)))) {
-    links_.reportStatus(kStatusCounterFailed);
+    emit ReportStatus(kStatusCounterFailed);
     return false;
   }
   counter.macId = next;
@@ -94,14 +94,14 @@ bool MacWriterSession::SendMacWrite(const MacBytes& newMac, int writeMode) {
     const MacInFlight record{counter.macCompanyId, counter.macId,
                              counter.macId +
                                  static_cast<std::uint32_t>(MacStepOf(ModelCodeOf(
-                                     links_.selection.selectedModuleType.toStdString())))};
+                                     links_.modules.selectedModuleType.toStdString())))};
     if (!WriteFileDurably(inFlightPath, QByteArray::fromStdString(FormatInFlight(record)))) {
-      links_.reportStatus(kStatusCounterFailed);
+      emit ReportStatus(kStatusCounterFailed);
       return false;
     }
   }
-  FillMacWriteFrame(frame_.data(), frame_.size(), links_.program.pcMac,
-                    links_.selection.selectedModuleMac, newMac);
+  FillMacWriteFrame(frame_.data(), frame_.size(), links_.pcMac, links_.modules.selectedModuleMac,
+                    newMac);
   links_.sender.SendFrameAndSearch(frame_.data());
   macWritePending = true;
   return true;
@@ -114,21 +114,21 @@ MacAnswer MacWriterSession::TakeAnswer(const std::uint8_t* frame, std::size_t le
   MacBytes target{};
   for (std::size_t i = 0; i < target.size(); ++i) target[i] = at(frame::kTargetMac + i);
   const MacAnswer answer =
-      DecideMacWriteAnswer(macWritePending, at(frame::kResult), target, links_.program.pcMac);
+      DecideMacWriteAnswer(macWritePending, at(frame::kResult), target, links_.pcMac);
   if (answer != MacAnswer::NotPending) macWritePending = false;
   return answer;
 }
 
 QString MacWriterSession::LogPath(int writeMode) const {
   const std::tm now = LocalTm(links_.platform.clock.LocalNow());
-  return links_.program.programDir + QString::fromStdString(WriteLogName(writeMode, now));
+  return links_.programDir + QString::fromStdString(WriteLogName(writeMode, now));
 }
 
 bool MacWriterSession::AppendLogLine(int writeMode, const QString& macText,
                                      const QString& serialText) {
   // One reading of the clock names the file and stamps the line.
   const std::tm now = LocalTm(links_.platform.clock.LocalNow());
-  QFile log(links_.program.programDir + QString::fromStdString(WriteLogName(writeMode, now)));
+  QFile log(links_.programDir + QString::fromStdString(WriteLogName(writeMode, now)));
   if (!log.open(QIODevice::Append | QIODevice::Text)) return false;
   log.write(QByteArray::fromStdString(
       WriteLogLine(now, macText.toStdString(), serialText.toStdString())));

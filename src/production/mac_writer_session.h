@@ -6,7 +6,6 @@
 #include <QObject>
 #include <QString>
 #include <QTimer>
-#include <functional>
 
 #include "core/frame_sender.h"
 #include "core/management_frame.h"
@@ -14,18 +13,20 @@
 
 namespace torvek {
 
+class ModuleDirectory;
 struct Platform;
-struct ProgramValues;
-struct Selection;
 
-// What the session needs of the main window.
+// What the session needs of the rest of the program.
 struct MacWriterLinks {
   Platform& platform;
-  const ProgramValues& program;
-  const Selection& selection;
+  // The counter, the logs and the record in flight live here.
+  QString programDir;
+  // The source of every write frame; set before the first write.
+  const MacAddress& pcMac;
+  // The module written to is the selected one.
+  const ModuleDirectory& modules;
+  // The management link, or a stand-in.
   SearchingSender& sender;
-  // The status line of the page, by code; the page puts it in.
-  std::function<void(int code)> reportStatus;
 };
 
 class MacWriterSession : public QObject {
@@ -66,6 +67,10 @@ class MacWriterSession : public QObject {
   MacCounter counter;
   QString macFilePath;
   QString inFlightPath;
+
+ signals:
+  // A status of the page's status line, by code.
+  void ReportStatus(int code);
 
  private:
   MacWriterLinks links_;

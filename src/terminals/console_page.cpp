@@ -4,9 +4,9 @@
 #include <QScrollBar>
 #include <QTextCursor>
 
-#include "core/console_host.h"
 #include "core/daily_log.h"
 #include "platform/platform.h"
+#include "terminals/console_host.h"
 #include "terminals/serial_line.h"
 #include "ui_console_page.h"
 
@@ -38,7 +38,7 @@ CConsolePage::CConsolePage(const ConsoleLinks& links, QWidget* parent)
   autoSendTimer_.setInterval(100);
   connect(&autoSendTimer_, &QTimer::timeout, this, &CConsolePage::OnAutoSendTick);
   autoSendTimer_.start();
-  links_.serial.serialOpen = false;
+  links_.line.serialOpen = false;
 }
 
 CConsolePage::~CConsolePage() = default;
@@ -92,7 +92,7 @@ void CConsolePage::FlushOutput() {
 }
 
 void CConsolePage::SendConsoleLine() {
-  if (!links_.serial.serialOpen) return;
+  if (!links_.line.serialOpen) return;
   const std::string line =
       BuildConsoleLine(InputText().toStdString(), ui_->terminatorCombo->currentIndex());
   const QByteArray bytes(line.data(), static_cast<qsizetype>(line.size()));
@@ -111,7 +111,7 @@ void CConsolePage::OnSend() {
 }
 
 void CConsolePage::OnSerialPortOpen() {
-  bool& open = links_.serial.serialOpen;
+  bool& open = links_.line.serialOpen;
   links_.host.PostSerialSwitch(open ? 0 : 1);
   ui_->serialOpenButton->setText(open ? "Serial Port Open" : "Serial Port Close");
   open = !open;

@@ -7,7 +7,7 @@
 #include <QWidget>
 #include <memory>
 
-#include "core/process_values.h"
+#include "core/start_up_values.h"
 #include "terminals/console_rules.h"
 
 namespace Ui {
@@ -23,9 +23,9 @@ struct Platform;
 // Everything the page uses of the rest of the program.
 struct ConsoleLinks {
   Platform& platform;
+  // serialOpen is the page's to write.
   SerialLine& line;
-  SerialFields& serial;
-  const ProgramValues& program;
+  const StartUpValues& program;
   ConsoleHost& host;
 };
 

@@ -1,6 +1,7 @@
 #include "terminals/network_session.h"
 
 #include "core/latin1_text.h"
+#include "core/module_directory.h"
 #include "platform/platform.h"
 
 namespace torvek {
@@ -12,8 +13,14 @@ constexpr int kStreamBuffer = 0x20000;
 
 }  // namespace
 
-NetworkSession::NetworkSession(Platform& platform, const Selection& selection, QObject* parent)
-    : QObject(parent), platform_(platform), selection_(selection), socket_(platform.prompter) {}
+NetworkSession::NetworkSession(Platform& platform, const ModuleDirectory& selection,
+                               QObject* parent)
+    : QObject(parent), platform_(platform), selection_(selection) {
+  connect(&socket_, &CNotifySocket::Tell, this,
+          [this](const QString& text) { platform_.prompter.Message(text); });
+  connect(&selection, &ModuleDirectory::selectionChanged, this,
+          &NetworkSession::OnTargetModuleChanged);
+}
 
 NetworkSession::~NetworkSession() { socket_.Close(); }
 

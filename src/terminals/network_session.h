@@ -7,10 +7,11 @@
 #include <string_view>
 
 #include "core/notify_socket.h"
-#include "core/process_values.h"
 #include "terminals/network_rules.h"
 
 namespace torvek {
+
+class ModuleDirectory;
 
 struct Platform;
 
@@ -40,7 +41,8 @@ class NetworkView {
 class NetworkSession : public QObject {
   Q_OBJECT
  public:
-  NetworkSession(Platform& platform, const Selection& selection, QObject* parent = nullptr);
+  // Follows the directory's selection by itself.
+  NetworkSession(Platform& platform, const ModuleDirectory& selection, QObject* parent = nullptr);
   ~NetworkSession() override;
   void SetView(NetworkView* view) { view_ = view; }
 
@@ -68,7 +70,7 @@ class NetworkSession : public QObject {
   void Enter(NetworkState state);
 
   Platform& platform_;
-  const Selection& selection_;
+  const ModuleDirectory& selection_;
   NetworkView* view_ = nullptr;
   CNotifySocket socket_;
   NetworkLog log_;

@@ -4,29 +4,23 @@
 #include <QTimer>
 #include <utility>
 
-#include "core/process_values.h"
 #include "platform/platform.h"
 #include "terminals/serial_port.h"
-#include "terminals/serial_setup_dialog.h"
 
 namespace torvek {
 
-SerialLine::SerialLine(Platform& platform, SerialFields& fields, const ProgramValues& program,
-                       QObject* parent)
-    : QObject(parent), platform_(platform), fields_(fields), program_(program),
-      upgradeActive_(fields.upgradeActive) {}
+SerialLine::SerialLine(Platform& platform, const StartUpValues& startUp, QObject* parent)
+    : QObject(parent), platform_(platform), startUp_(startUp) {}
 
 SerialLine::~SerialLine() { Close(); }
 
-void SerialLine::RunSetup(QWidget* parent) {
-  CSerialSetupDlg dialog(fields_.serialConfig, program_.programDir, parent);
-  if (platform_.prompter.RunDialog(dialog) != QDialog::Accepted) return;
-  fields_.serialConfig = dialog.Chosen();
-  SaveSettings(program_.serialConfigPath);
+void SerialLine::SetUp(const SerialConfig& chosen) {
+  serialConfig = chosen;
+  SaveSettings(startUp_.serialConfigPath);
 }
 
 void SerialLine::Switch(int open) {
-  SaveSettings(program_.serialConfigPath);
+  SaveSettings(startUp_.serialConfigPath);
   if (open)
     OpenWithSavedSettings();
   else
@@ -34,21 +28,20 @@ void SerialLine::Switch(int open) {
 }
 
 void SerialLine::OpenWithSavedSettings() {
-  if (!LoadSettings(program_.serialConfigPath)) {
-    platform_.prompter.Message(
-        "No Serial Data confige, Setup Serial port at the Serial tab page : config");
+  if (!LoadSettings(startUp_.serialConfigPath)) {
+    emit Tell("No Serial Data confige, Setup Serial port at the Serial tab page : config", {});
     return;
   }
-  if (!Open(fields_.serialConfig, program_.programDir))
-    platform_.prompter.Message("Check Serial port and other properities");
+  if (!Open(serialConfig, startUp_.programDir))
+    emit Tell("Check Serial port and other properities", {});
 }
 
 bool SerialLine::SaveSettings(const QString& path) {
-  return SaveSerialConfig(path.toStdString(), fields_.serialConfig);
+  return SaveSerialConfig(path.toStdString(), serialConfig);
 }
 
 bool SerialLine::LoadSettings(const QString& path) {
-  return LoadSerialConfig(path.toStdString(), fields_.serialConfig);
+  return LoadSerialConfig(path.toStdString(), serialConfig);
 }
 
 bool SerialLine::Open(const SerialConfig& config, const QString& programDir) {
@@ -58,7 +51,7 @@ bool SerialLine::Open(const SerialConfig& config, const QString& programDir) {
   auto* thread = new QThread;
   thread->setObjectName("serial reader");
   Clock& clock = platform_.clock;
-  auto* reader = new SerialReader(upgradeActive_, [&clock] { return clock.TickMs(); });
+  auto* reader = new SerialReader(upgradeActive, [&clock] { return clock.TickMs(); });
   reader->moveToThread(thread);
   connect(thread, &QThread::finished, reader, &QObject::deleteLater);
   thread_ = thread;
@@ -72,7 +65,7 @@ bool SerialLine::Open(const SerialConfig& config, const QString& programDir) {
   connect(
       reader, &SerialReader::TextsReady, this,
       [this, session] {
-        if (upgradeActive_)
+        if (upgradeActive)
           TakeTexts(session);
         else
           QTimer::singleShot(10, this, [this, session] { TakeTexts(session); });
@@ -83,8 +76,7 @@ bool SerialLine::Open(const SerialConfig& config, const QString& programDir) {
   QStringList failures;
   int opened = 0;
   reader->Post([&] { opened = reader->Open(config, programDir, failures); }, true);
-  for (int i = 0; i + 1 < failures.size(); i += 2)
-    platform_.prompter.Message(failures[i], failures[i + 1]);
+  for (int i = 0; i + 1 < failures.size(); i += 2) emit Tell(failures[i], failures[i + 1]);
   // A box runs its own loop, in which the operator may have closed the line
   // or opened it again: the open itself went through.
   if (reader_ != reader) return true;
@@ -116,7 +108,7 @@ void SerialLine::TakeTexts(std::uint64_t session) {
 }
 
 void SerialLine::Feed(int direction, const QByteArray& text, std::int64_t tick) {
-  if (upgradeActive_) {
+  if (upgradeActive) {
     if (scriptSink_) scriptSink_(direction, text, static_cast<int>(text.size()));
     return;
   }
@@ -129,7 +121,7 @@ void SerialLine::Send(const QByteArray& text) {
   lastSendTick = platform_.clock.TickMs();
   if (handle_ == Handle::Invalid) {
     // Only a write of a whole text says so; a single byte goes nowhere quietly.
-    if (!text.isEmpty()) platform_.prompter.Message("Invalid handle");
+    if (!text.isEmpty()) emit Tell("Invalid handle", {});
     return;
   }
   if (!reader_) return;  // closed: the count would be 0

@@ -6,18 +6,18 @@
 #include <QByteArray>
 #include <QObject>
 #include <QString>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 
+#include "core/start_up_values.h"
+#include "terminals/serial_config.h"
+
 class QThread;
-class QWidget;
 
 namespace torvek {
 
 struct Platform;
-struct ProgramValues;
-struct SerialConfig;
-struct SerialFields;
 class SerialReader;
 
 class SerialLine : public QObject {
@@ -27,17 +27,15 @@ class SerialLine : public QObject {
   using ConsoleSink = std::function<void(int direction, const QByteArray& text)>;
   using ScriptSink = std::function<void(int direction, const QByteArray& text, int length)>;
 
-  // The fields' upgradeActive chooses the sink and how the reader cuts the
-  // text; serialConfig holds the settings of serial_config.dat.
-  SerialLine(Platform& platform, SerialFields& fields, const ProgramValues& program,
-             QObject* parent = nullptr);
+  // The settings live in the program folder's serial_config.dat.
+  SerialLine(Platform& platform, const StartUpValues& startUp, QObject* parent = nullptr);
   ~SerialLine() override;
 
   void SetConsoleSink(ConsoleSink sink) { consoleSink_ = std::move(sink); }
   void SetScriptSink(ScriptSink sink) { scriptSink_ = std::move(sink); }
 
-  // The setup dialog; a choice that the operator keeps is saved at once.
-  void RunSetup(QWidget* parent);
+  // A choice of the setup dialog: kept, and saved at once.
+  void SetUp(const SerialConfig& chosen);
   // The open buttons' wish: the settings are saved, then the line opens or closes.
   void Switch(int open);
   // Opens with the saved settings; what went wrong is told in boxes.
@@ -61,14 +59,26 @@ class SerialLine : public QObject {
   std::int64_t lastSendTick = 0;
   std::int64_t lastTextTick = 0;
 
+  // The settings of serial_config.dat.
+  SerialConfig serialConfig;
+  // What the operator last asked of the port through a page's open button.
+  bool serialOpen = false;
+  // Set while a script drives the line: the reader then cuts chunks and the
+  // text goes to the script's sink instead of the console. Read by the
+  // reader thread.
+  std::atomic<int> upgradeActive{0};
+
+ signals:
+  // A failure for the operator's box: text and title (empty: the program's
+  // name). Connect it directly; the box comes where the failure is met.
+  void Tell(const QString& text, const QString& title);
+
  private:
   void TakeTexts(std::uint64_t session);
 
   enum class Handle { Invalid, Open, Closed };
   Platform& platform_;
-  SerialFields& fields_;
-  const ProgramValues& program_;
-  const std::atomic<int>& upgradeActive_;
+  const StartUpValues& startUp_;
   ConsoleSink consoleSink_;
   ScriptSink scriptSink_;
   Handle handle_ = Handle::Invalid;

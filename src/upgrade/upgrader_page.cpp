@@ -6,10 +6,10 @@
 #include <QTextCursor>
 #include <algorithm>
 
-#include "core/console_host.h"
 #include "core/latin1_text.h"
 #include "core/notify_socket.h"
 #include "platform/platform.h"
+#include "terminals/console_host.h"
 #include "terminals/serial_line.h"
 #include "ui_upgrader_page.h"
 
@@ -132,7 +132,7 @@ void CUpgraderPage::DeriveModuleIp(const QString& pcIp) {
 }
 
 void CUpgraderPage::OnSerialOpen() {
-  bool& open = links_.serial.serialOpen;
+  bool& open = links_.line.serialOpen;
   links_.host.PostSerialSwitch(open ? 0 : 1);
   ui_->serialOpenButton->setText(open ? "Serial Open" : "Serial Close");
   open = !open;
@@ -143,7 +143,7 @@ void CUpgraderPage::StartUpgrade() {
   const QCheckBox* boxes[kImageCount] = {ui_->bootLoaderCheck, ui_->fileSystemCheck,
                                          ui_->kernelCheck, ui_->webPageCheck, ui_->configFileCheck};
   for (int k = 0; k < kImageCount; ++k) run.ticked[k] = boxes[k]->isChecked() ? 1 : 0;
-  if (!links_.serial.serialOpen) {
+  if (!links_.line.serialOpen) {
     links_.platform.prompter.Message(" Open Serial Port");
     return;
   }
@@ -160,7 +160,7 @@ void CUpgraderPage::StartUpgrade() {
   for (int k = 0; k < kImageCount; ++k)
     if (run.ticked[k] && (targetModule == 0 || (k != kFileSystem && k != kWebPage))) ++images;
   runner_.Start(targetModule, std::move(run));
-  links_.serial.upgradeActive = 1;
+  links_.line.upgradeActive = 1;
   log_.Clear();
   FlushLog();
   LockGroup(true);
@@ -173,7 +173,7 @@ void CUpgraderPage::StartUpgrade() {
 }
 
 void CUpgraderPage::EndUpgrade() {
-  links_.serial.upgradeActive = 0;
+  links_.line.upgradeActive = 0;
   runner_.Stop();
   LockGroup(false);
   ui_->startButton->setEnabled(true);

@@ -12,7 +12,7 @@
 #include <deque>
 #include <memory>
 
-#include "core/process_values.h"
+#include "core/start_up_values.h"
 #include "terminals/console_rules.h"
 #include "upgrade/script_runner.h"
 
@@ -29,9 +29,9 @@ struct Platform;
 // Everything the page uses of the rest of the program.
 struct UpgraderLinks {
   Platform& platform;
+  // serialOpen is the page's to write.
   SerialLine& line;
-  SerialFields& serial;
-  const ProgramValues& program;
+  const StartUpValues& program;
   ConsoleHost& host;
 };
 

@@ -5,9 +5,12 @@
 #include <QTemporaryDir>
 #include <QtTest/QTest>
 
-#include "core/main_dialog.h"
+#include "admin/file_sender.h"
+#include "app/command_list_panel.h"
+#include "app/main_dialog.h"
 #include "lab.h"
 #include "scripted_prompter.h"
+#include "terminals/serial_line.h"
 
 namespace torvek::test {
 

@@ -17,6 +17,7 @@
 #include "control_by_id.h"
 #include "controls/cell_color_list.h"
 #include "core/module_record.h"
+#include "module_rows.h"
 #include "pty_pair.h"
 #include "system_fixture.h"
 #include "terminals/console_page.h"
@@ -54,7 +55,7 @@ class ConsoleTest : public QObject {
     LabWindow w;
     WriteFile(w.dir.filePath("command_list.txt"),
               "ver;ver;show the version\r\na;b;c;d\r\nno semicolon\n\n");
-    w.dialog.selectedRow = 4;
+    w.dialog.modules().selectedRow = 4;
     QVERIFY(w.dialog.OnInitDialog());
     w.dialog.show();
     w.dialog.ShowTab(2);
@@ -68,12 +69,12 @@ class ConsoleTest : public QObject {
     QCOMPARE(Row(list, 1), (QStringList{"2", "a", "b", "c;d"}));
     QCOMPARE(Row(list, 2), (QStringList{"3", "", "", "no semicolon"}));
     QCOMPARE(Row(list, 3), (QStringList{"4", "", "", ""}));
-    QCOMPARE(w.dialog.selectedRow, -1);
+    QCOMPARE(w.dialog.modules().selectedRow, -1);
 
     auto* input = ById<QLineEdit>(*w.dialog.consolePage, 1049);
     ClickRow(list, 1);
     QCOMPARE(input->text(), QString("b"));
-    QCOMPARE(w.dialog.commandRow, 1);
+    QCOMPARE(w.dialog.commands().commandRow, 1);
 
     // The walk goes on from the clicked row, marks it red and wraps.
     int count = 0, row = -1;
@@ -89,10 +90,10 @@ class ConsoleTest : public QObject {
     QCOMPARE(input->text(), QString("ver"));
 
     // A click below the last row drops the module selection.
-    w.dialog.selectedRow = 0;
+    w.dialog.modules().selectedRow = 0;
     QTest::mouseClick(list.viewport(), Qt::LeftButton, {},
                       QPoint(20, list.viewport()->height() - 5));
-    QCOMPARE(w.dialog.selectedRow, -1);
+    QCOMPARE(w.dialog.modules().selectedRow, -1);
 
     // A long list: the picture moves one row per step while the next row lies
     // below the control, and stays where it is after the wrap.
@@ -100,7 +101,7 @@ class ConsoleTest : public QObject {
     for (int i = 0; i < 60; ++i) many += "s;c" + QByteArray::number(i) + ";d\n";
     WriteFile(w.dir.filePath("many.txt"), many);
     QVERIFY(w.dialog.LoadCommandList(w.dir.filePath("many.txt")));
-    w.dialog.commandRow = w.dialog.previousCommandRow = -1;
+    w.dialog.commands().commandRow = w.dialog.commands().previousCommandRow = -1;
     QScrollBar* bar = list.verticalScrollBar();
     const int visible = list.height() / list.rowHeight(0);
     int moves = 0;
@@ -131,12 +132,8 @@ class ConsoleTest : public QObject {
   void shortcutsStartTheirProgramsOnTheSelectedAddress() {
     LabWindow w;
     QVERIFY(w.dialog.OnInitDialog());
-    CCellColorList& modules = w.dialog.ModuleList();
-    for (int r = 0; r < 2; ++r) {
-      modules.InsertRow(r, "m");
-      modules.SetCellText(r, kColLanIp, QString("10.77.128.%1").arg(r + 1));
-      modules.SetCellText(r, kColWanIp, r == 0 ? QString("172.16.0.1") : QString());
-    }
+    test::AddModule(w.dialog.modules(), "10.77.128.1", "172.16.0.1");
+    test::AddModule(w.dialog.modules(), "10.77.128.2");
     auto click = [&](int id) { ById<QPushButton>(w.dialog, id)->click(); };
 
     w.prompter.Expect(QStringList(3, " Select system at the List"));
@@ -146,13 +143,13 @@ class ConsoleTest : public QObject {
     QCOMPARE(w.prompter.Texts(), QStringList(3, " Select system at the List"));
     QVERIFY(w.launcher.started.isEmpty());
 
-    w.dialog.selectedRow = 0;
+    w.dialog.modules().selectedRow = 0;
     click(1004);
     click(1005);
     click(1003);
     ById<QCheckBox>(w.dialog, 1046)->setChecked(false);
     click(1003);
-    w.dialog.selectedRow = 1;  // no WAN address: the programs get an empty one
+    w.dialog.modules().selectedRow = 1;  // no WAN address: the programs get an empty one
     click(1005);
     w.dialog.OnDosCommand();
     QCOMPARE(w.launcher.started, (QList<QStringList>{{"terminal", "ping", "10.77.128.1"},
@@ -165,12 +162,11 @@ class ConsoleTest : public QObject {
     // With a single module, Ping Test takes it without a selection.
     w.launcher.started.clear();
     ById<QCheckBox>(w.dialog, 1046)->setChecked(true);
-    modules.DeleteAllRows();
-    modules.InsertRow(0, "m");
-    modules.SetCellText(0, kColLanIp, "10.77.128.9");
-    w.dialog.selectedRow = -1;
+    w.dialog.modules().DeleteAllRows();
+    test::AddModule(w.dialog.modules(), "10.77.128.9");
+    w.dialog.modules().selectedRow = -1;
     click(1004);
-    QCOMPARE(w.dialog.selectedRow, 0);
+    QCOMPARE(w.dialog.modules().selectedRow, 0);
     QCOMPARE(w.launcher.started, (QList<QStringList>{{"terminal", "ping", "10.77.128.9"}}));
   }
 
@@ -192,13 +188,13 @@ class ConsoleTest : public QObject {
     auto* interval = ById<QComboBox>(page, 1051);
     QCOMPARE(terminator->itemText(3), QString("add 0a&0d"));
     QCOMPARE(interval->currentText(), QString("1000ms"));
-    QVERIFY(!QFile::exists(w.dialog.serialConfigPath));
+    QVERIFY(!QFile::exists(w.dialog.startUp.serialConfigPath));
 
     // First open without a settings file: the defaults are saved, COM1 opens.
     openButton->click();
     QCOMPARE(openButton->text(), QString("Serial Port Close"));
     QTRY_VERIFY(w.dialog.SerialReaderRunning());
-    QCOMPARE(QFileInfo(w.dialog.serialConfigPath).size(), 24);
+    QCOMPARE(QFileInfo(w.dialog.startUp.serialConfigPath).size(), 24);
 
     pty.Write("boot text\r\n");
     QTRY_VERIFY(box->toPlainText().contains("boot text"));
@@ -225,7 +221,7 @@ class ConsoleTest : public QObject {
                  .hasMatch(),
              qPrintable(shown));
 
-    QFile log(w.dialog.dailyLogPath);
+    QFile log(w.dialog.startUp.dailyLogPath);
     QVERIFY(log.open(QIODevice::ReadOnly));
     const QByteArray body = log.readAll().split('\n').mid(3).join('\n');
     const QRegularExpression expected(
@@ -242,7 +238,7 @@ class ConsoleTest : public QObject {
     QTRY_VERIFY_WITH_TIMEOUT((got += pty.Read()).size() >= 20, 5000);
     ById<QCheckBox>(page, 1050)->setChecked(false);
     QVERIFY2(got.startsWith("cmd0\ncmd1\ncmd2\ncmd0\n"), got.constData());
-    QCOMPARE(ById<QLabel>(page, 1111)->text(), w.dialog.dailyLogPath);
+    QCOMPARE(ById<QLabel>(page, 1111)->text(), w.dialog.startUp.dailyLogPath);
 
     // The dialog's choice acts at the next open, not on the open port.
     w.prompter.onDialog = [](QDialog& d) {
@@ -287,11 +283,11 @@ class ConsoleTest : public QObject {
     });
     w.dialog.consolePage->FlushOutput();
     const QString before = box->toPlainText();
-    w.dialog.upgradeActive = 1;
+    w.dialog.serialLine().upgradeActive = 1;
     other.Write("abc\r\nRedBoot> ");
     QTRY_COMPARE(script.size(), 3);
     w.dialog.SendSerialText("fis list\r");
-    w.dialog.upgradeActive = 0;
+    w.dialog.serialLine().upgradeActive = 0;
     QCOMPARE(script, (QList<QPair<int, QByteArray>>{
                          {0, "abc\r"}, {0, "\n"}, {0, "RedBoot>"}, {1, "fis list\r"}}));
     QTRY_COMPARE((second += other.Read()), QByteArray("enterfis list\r"));
@@ -302,14 +298,14 @@ class ConsoleTest : public QObject {
     // reads the chosen list.
     ById<QAbstractButton>(page, 1035)->click();
     QCOMPARE(box->toPlainText(), QString());
-    QVERIFY(QFileInfo(w.dialog.dailyLogPath).size() > 100);
+    QVERIFY(QFileInfo(w.dialog.startUp.dailyLogPath).size() > 100);
     ById<QAbstractButton>(page, 1036)->click();
-    QCOMPARE(w.launcher.started, (QList<QStringList>{{"open", w.dialog.dailyLogPath}}));
+    QCOMPARE(w.launcher.started, (QList<QStringList>{{"open", w.dialog.startUp.dailyLogPath}}));
     WriteFile(w.dir.filePath("other.txt"), "x;y;z\n");
     w.prompter.fileNames << w.dir.filePath("other.txt") << QString();
     ById<QAbstractButton>(page, 1033)->click();
     QCOMPARE(w.dialog.commandList().RowCount(), 1);
-    QCOMPARE(w.prompter.openDirectories, QStringList{w.dialog.programDir});
+    QCOMPARE(w.prompter.openDirectories, QStringList{w.dialog.startUp.programDir});
     ById<QAbstractButton>(page, 1033)->click();  // cancelled: the list stays
     QCOMPARE(w.dialog.commandList().RowCount(), 1);
     QVERIFY(w.prompter.boxes.isEmpty());
@@ -318,7 +314,7 @@ class ConsoleTest : public QObject {
   void aPortThatCannotOpenTellsTheOperator() {
     LabWindow w;
     QVERIFY(w.dialog.OnInitDialog());
-    w.dialog.serialConfig.port = 96;  // COM97: no such device here
+    w.dialog.serialLine().serialConfig.port = 96;  // COM97: no such device here
     const QStringList openFailure{"COM97", "Open Fail:Com97 ",
                                   "Check Serial port and other properities"};
     w.prompter.Expect(openFailure);

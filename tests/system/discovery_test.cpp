@@ -118,58 +118,58 @@ class DiscoveryTest : public QObject {
                         list.visualRect(list.model().index(row, 0)).center());
     };
     click(1);
-    QCOMPARE(d.selectedRow, 1);
-    QCOMPARE(d.selectedFirmwareMajor, 2);
-    QCOMPARE(d.selectedAddress, QString("10.77.128.2"));
-    QCOMPARE(d.selectedModuleIp, QString("10.77.128.2"));
-    QCOMPARE(d.selectedModuleType, QString("740:ap"));
-    QCOMPARE(d.selectedModuleMac, (MacAddress{0x00, 0x0E, 0xE3, 0x00, 0x00, 0x02}));
-    QCOMPARE(QByteArray(reinterpret_cast<const char*>(d.FrameTemplate.data()) + 17, 6),
+    QCOMPARE(d.modules().selectedRow, 1);
+    QCOMPARE(d.modules().selectedFirmwareMajor, 2);
+    QCOMPARE(d.modules().selectedAddress, QString("10.77.128.2"));
+    QCOMPARE(d.modules().selectedModuleIp, QString("10.77.128.2"));
+    QCOMPARE(d.modules().selectedModuleType, QString("740:ap"));
+    QCOMPARE(d.modules().selectedModuleMac, (MacAddress{0x00, 0x0E, 0xE3, 0x00, 0x00, 0x02}));
+    QCOMPARE(QByteArray(reinterpret_cast<const char*>(d.link().FrameTemplate.data()) + 17, 6),
              QByteArray::fromHex("000EE3000002"));
-    QCOMPARE(d.windowTitle(), d.baseTitle + "  selected=10.77.128.2");
+    QCOMPARE(d.windowTitle(), d.startUp.baseTitle + "  selected=10.77.128.2");
 
     QTest::keyClick(&list, Qt::Key_Down);
-    QCOMPARE(d.selectedRow, 2);
-    QCOMPARE(d.selectedModuleType, QString("740P:ap"));
+    QCOMPARE(d.modules().selectedRow, 2);
+    QCOMPARE(d.modules().selectedModuleType, QString("740P:ap"));
     QTest::keyClick(&list, Qt::Key_Down);  // the last row: nothing further
-    QCOMPARE(d.selectedRow, 2);
+    QCOMPARE(d.modules().selectedRow, 2);
     QTest::keyClick(&list, Qt::Key_Up);
     QTest::keyClick(&list, Qt::Key_Up);
-    QCOMPARE(d.selectedRow, 0);
-    QCOMPARE(d.selectedFirmwareMajor, 3);
+    QCOMPARE(d.modules().selectedRow, 0);
+    QCOMPARE(d.modules().selectedFirmwareMajor, 3);
 
     // A click below the rows changes nothing.
     QTest::mouseClick(list.viewport(), Qt::LeftButton, {},
                       QPoint(10, list.viewport()->height() - 3));
-    QCOMPARE(d.selectedRow, 0);
+    QCOMPARE(d.modules().selectedRow, 0);
 
     // A new search forgets the row and the target, but keeps the rest.
     const int framesBefore = sim.LoggedFrames().size();
     d.OnFindDevices();
-    QCOMPARE(d.selectedRow, -1);
-    QCOMPARE(d.selectedModuleType, QString("730:ap"));
-    QCOMPARE(d.selectedModuleIp, QString("10.77.128.1"));
+    QCOMPARE(d.modules().selectedRow, -1);
+    QCOMPARE(d.modules().selectedModuleType, QString("730:ap"));
+    QCOMPARE(d.modules().selectedModuleIp, QString("10.77.128.1"));
     QTRY_COMPARE(sim.LoggedFrames().size(), framesBefore + 1);
     QVERIFY(sim.LoggedFrames().last().endsWith("000000000000"));
     QTRY_COMPARE(list.RowCount(), 3);
     QVERIFY(w.prompter.boxes.isEmpty());
 
     // While an upload runs a search is refused and the rows stay.
-    d.fileJobRunning = true;
+    d.link().fileJobRunning = true;
     w.prompter.Expect({"Module config is on process, try later !!!"});
     d.OnFindDevices();
     QCOMPARE(w.prompter.Texts(), QStringList{"Module config is on process, try later !!!"});
     QCOMPARE(list.RowCount(), 3);
     // A row chosen meanwhile is shown, but the job's address stays.
-    const QString jobAddress = d.selectedModuleIp;
+    const QString jobAddress = d.modules().selectedModuleIp;
     w.prompter.Expect({" Upgrade process is running to 10.77.128.2"});
     d.SelectRow(1);
     QCOMPARE(w.prompter.Texts().last(), QString(" Upgrade process is running to 10.77.128.2"));
-    QCOMPARE(d.selectedAddress, QString("10.77.128.2"));
-    QCOMPARE(d.selectedModuleIp, jobAddress);
-    d.fileJobRunning = false;
+    QCOMPARE(d.modules().selectedAddress, QString("10.77.128.2"));
+    QCOMPARE(d.modules().selectedModuleIp, jobAddress);
+    d.link().fileJobRunning = false;
     d.SelectRow(0);
-    QCOMPARE(d.selectedModuleIp, QString("10.77.128.1"));
+    QCOMPARE(d.modules().selectedModuleIp, QString("10.77.128.1"));
   }
 
   // A sort moves the rows and the selection mark, and tells the window
@@ -185,7 +185,7 @@ class DiscoveryTest : public QObject {
     QTRY_COMPARE(list.model().rowCount(), 3);
     QTest::mouseClick(list.viewport(), Qt::LeftButton, {},
                       list.visualRect(list.model().index(0, 0)).center());
-    QCOMPARE(d.selectedRow, 0);
+    QCOMPARE(d.modules().selectedRow, 0);
     const QString title = d.windowTitle();
 
     QHeaderView* header = list.horizontalHeader();
@@ -194,17 +194,17 @@ class DiscoveryTest : public QObject {
     QCOMPARE(list.GetItemText(0, 0), QString("alpha"));
     QCOMPARE(list.GetItemText(2, 0), QString("charlie"));
     QCOMPARE(list.SelectedRow(), 2);
-    QCOMPARE(d.selectedRow, 0);
-    QCOMPARE(d.selectedModuleMac, (MacAddress{0x00, 0x0E, 0xE3, 0x00, 0x00, 0x01}));
-    QCOMPARE(d.selectedAddress, QString("10.77.128.1"));
+    QCOMPARE(d.modules().selectedRow, 0);
+    QCOMPARE(d.modules().selectedModuleMac, (MacAddress{0x00, 0x0E, 0xE3, 0x00, 0x00, 0x01}));
+    QCOMPARE(d.modules().selectedAddress, QString("10.77.128.1"));
     QCOMPARE(d.windowTitle(), title);
     // The key index follows the rows.
     QCOMPARE(d.FindRowByMac("00-0E-E3-00-00-01"), 2);
     QCOMPARE(d.FindRowByMac("00-0E-E3-00-00-02"), 0);
     // The arrow keys go on from the mark.
     QTest::keyClick(&list, Qt::Key_Up);
-    QCOMPARE(d.selectedRow, 1);
-    QCOMPARE(d.selectedAddress, QString("10.77.128.3"));
+    QCOMPARE(d.modules().selectedRow, 1);
+    QCOMPARE(d.modules().selectedAddress, QString("10.77.128.3"));
     QVERIFY(w.prompter.boxes.isEmpty());
   }
 
@@ -217,14 +217,14 @@ class DiscoveryTest : public QObject {
 
     sender.writeDatagram(QByteArray(5000, 'x'), QHostAddress::LocalHost, 7981);
     QTRY_COMPARE(d.configPage->OperationStatus(), QString("Remote module socket error"));
-    QCOMPARE(d.managementSocket.errorText,
+    QCOMPARE(d.link().socket().errorText,
              QString(
                  "The datagram was too large to fit into the specified buffer and was truncated."));
 
     d.configPage->SetOperationStatus({});
     sender.writeDatagram(QByteArray(), QHostAddress::LocalHost, 7981);
     QTRY_COMPARE(d.configPage->OperationStatus(), QString("Remote module socket error"));
-    QCOMPARE(d.managementSocket.errorText, QString(" Not Defined Code 0"));
+    QCOMPARE(d.link().socket().errorText, QString(" Not Defined Code 0"));
 
     // A record from anywhere is taken; a 4096-byte one is still a record.
     QByteArray record(4096, '\0');

@@ -16,12 +16,12 @@ namespace {
 // Hands the window a datagram as the socket does, from its receive buffer.
 void Deliver(CMainDlg& d, std::uint8_t command, std::uint8_t result, std::size_t length = 23,
              long long wParam = 0) {
-  auto& buffer = d.managementSocket.receiveBuffer;
+  auto& buffer = d.link().socket().receiveBuffer;
   std::fill(buffer.begin(), buffer.end(), std::uint8_t{0});
   buffer[frame::kCommand] = command;
   buffer[frame::kResult] = result;
-  d.managementSocket.receivedLength = static_cast<std::uint16_t>(length);
-  d.OnManagementNotify(wParam, 0);
+  d.link().socket().receivedLength = static_cast<std::uint16_t>(length);
+  d.link().OnManagementNotify(wParam, 0);
 }
 
 }  // namespace
@@ -65,13 +65,15 @@ class DispatchTest : public QObject {
     QVERIFY(d.OnInitDialog());
     QStringList called;
     std::vector<std::size_t> macLengths;
-    d.OnConfigAnswer = [&] { called << "config"; };
-    d.OnLogoAnswer = [&] { called << "logo"; };
-    d.OnLogAnswer = [&] { called << "log"; };
-    d.OnMacWriteAnswer = [&](const std::uint8_t* frame, std::size_t length) {
-      called << QString("mac %1").arg(frame[frame::kCommand]);
-      macLengths.push_back(length);
-    };
+    ManagementLink& link = d.link();
+    QObject taker;
+    QObject::connect(&link, &ManagementLink::configBlock, &taker, [&] { called << "config"; });
+    QObject::connect(&link, &ManagementLink::logoBlock, &taker, [&] { called << "logo"; });
+    QObject::connect(&link, &ManagementLink::logBlock, &taker, [&] { called << "log"; });
+    QObject::connect(&link, &ManagementLink::macWriteAnswer, &taker, [&](const QByteArray& frame) {
+      called << QString("mac %1").arg(static_cast<std::uint8_t>(frame[frame::kCommand]));
+      macLengths.push_back(static_cast<std::size_t>(frame.size()));
+    });
 
     // A failure notification does not look at the stale frame.
     Deliver(d, 5, 0, 23, 1);
@@ -105,9 +107,8 @@ class DispatchTest : public QObject {
     QCOMPARE(macLengths, (std::vector<std::size_t>{1225, 23, 1228}));
     QCOMPARE(w.prompter.boxes.size(), 5);
 
-    // Without the pages that take them, such answers go nowhere.
-    d.OnConfigAnswer = nullptr;
-    d.OnMacWriteAnswer = nullptr;
+    // Pages that are not waiting for them take such answers silently.
+    QObject::disconnect(&link, nullptr, &taker, nullptr);
     Deliver(d, 51, 0);
     Deliver(d, 53, 0);
     QCOMPARE(w.prompter.boxes.size(), 5);
@@ -121,14 +122,14 @@ class DispatchTest : public QObject {
     QVERIFY(d.OnInitDialog());
     QTRY_COMPARE(d.ModuleList().RowCount(), 2);
     d.SelectRow(0);
-    d.fileJobRunning = true;
+    d.link().fileJobRunning = true;
     Deliver(d, 60, 0);
     QCOMPARE(d.ModuleList().RowCount(), 0);
-    QCOMPARE(d.selectedRow, -1);
+    QCOMPARE(d.modules().selectedRow, -1);
     QTRY_COMPARE(sim.FramesOf(1).size(), 2);
     QTRY_COMPARE(d.ModuleList().RowCount(), 2);
     QVERIFY(w.prompter.boxes.isEmpty());
-    d.fileJobRunning = false;
+    d.link().fileJobRunning = false;
   }
 };
 

@@ -107,7 +107,9 @@ class DownloadTest : public QObject {
 
     // Late answers after the end are not stored.
     QFile::remove(path);
-    d.OnConfigAnswer();
+    QByteArray late(1225, '\0');
+    late[frame::kCommand] = static_cast<char>(frame::kAnsConfigBlock);
+    d.fileDownload().OnConfigAnswer(late);
     QVERIFY(!QFile::exists(path));
   }
 
@@ -176,10 +178,10 @@ class DownloadTest : public QObject {
     p.Expect({" Not supported module type"});
     d.configPage->OnGetConfiguration();
     d.SelectRow(0);
-    d.selectedFirmwareMajor = 2;
+    d.modules().selectedFirmwareMajor = 2;
     p.Expect({" This function supports module firmware version 3.0 above"});
     d.configPage->OnGetConfiguration();
-    d.selectedFirmwareMajor = 3;
+    d.modules().selectedFirmwareMajor = 3;
     // A cancelled save dialog sends nothing either.
     p.onDialog = [](QDialog& dialog) {
       dialog.accept();

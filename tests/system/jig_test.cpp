@@ -100,7 +100,7 @@ class JigTest : public QObject {
     for (const auto& run : runs) {
       JigLab lab(run.options);
       QVERIFY(lab.Up(1));
-      QVERIFY(lab.w.dialog.selectedAddress.isEmpty());
+      QVERIFY(lab.w.dialog.modules().selectedAddress.isEmpty());
       const QString mac = lab.w.dialog.ModuleList().GetItemText(0, 6);
       QElapsedTimer elapsed;
       elapsed.start();
@@ -111,7 +111,7 @@ class JigTest : public QObject {
       // The second request goes out a second after the first, two after the press.
       QVERIFY(elapsed.elapsed() >= 1900);
       QCOMPARE(lab.Label(1067), QString(run.usbText));
-      QCOMPARE(lab.w.dialog.selectedAddress, QString("10.77.128.1"));
+      QCOMPARE(lab.w.dialog.modules().selectedAddress, QString("10.77.128.1"));
       const QRegularExpression record("^" + kDate + "\\t" + mac + "\\tLAN GOOD\\t" + run.usbField +
                                       "\\t" + run.wlanField + "$");
       QVERIFY2(record.match(lab.Report()).hasMatch(), qPrintable(lab.Report()));
@@ -148,7 +148,7 @@ class JigTest : public QObject {
 
     // The module the operator clicked is asked, whichever row comes first.
     lab.w.dialog.SelectRow(1);
-    const QString chosen = lab.w.dialog.selectedAddress;
+    const QString chosen = lab.w.dialog.modules().selectedAddress;
     QVERIFY(chosen.startsWith("10.77.128."));
     lab.AllTest();
     QTRY_COMPARE_WITH_TIMEOUT(lab.Label(1070), QString("item 30 good"), kRunMs);

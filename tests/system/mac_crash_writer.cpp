@@ -7,9 +7,9 @@
 #include <QtTest/QTest>
 #include <cstdio>
 
+#include "app/main_dialog.h"
 #include "controls/cell_color_list.h"
 #include "controls/status_label.h"
-#include "core/main_dialog.h"
 #include "lab.h"
 #include "platform/platform.h"
 #include "production/mac_writer_page.h"

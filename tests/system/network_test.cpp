@@ -195,7 +195,7 @@ class NetworkTest : public QObject {
     NetworkLab lab("echo");
     QVERIFY(lab.Up());
     // Beyond the lab's LAN: the LAN side forwards nothing, so no answer comes.
-    lab.w.dialog.selectedAddress = "10.78.0.1";
+    lab.w.dialog.modules().selectedAddress = "10.78.0.1";
     lab.button().click();
     QVERIFY(!lab.button().isEnabled());
     QTRY_VERIFY2_WITH_TIMEOUT(

@@ -69,19 +69,19 @@ class OperationsTest : public QObject {
     // An upload stops it before the version gate and the question, and the
     // status line is emptied.
     page.SetOperationStatus("old");
-    w.dialog.fileJobRunning = true;
-    w.dialog.selectedFirmwareMajor = 2;
+    w.dialog.link().fileJobRunning = true;
+    w.dialog.modules().selectedFirmwareMajor = 2;
     p.Expect({"Module config is running !!!"});
     page.OnModuleReboot();
     QCOMPARE(p.Texts().last(), QString("Module config is running !!!"));
     QCOMPARE(page.OperationStatus(), QString());
-    w.dialog.fileJobRunning = false;
+    w.dialog.link().fileJobRunning = false;
 
     p.Expect({kVersionGate});
     page.OnModuleReboot();
     QCOMPARE(p.Texts().last(), kVersionGate);
     QVERIFY(p.questions.isEmpty());
-    w.dialog.selectedFirmwareMajor = 3;
+    w.dialog.modules().selectedFirmwareMajor = 3;
 
     p.answers.enqueue(false);
     page.OnModuleReboot();
@@ -150,7 +150,7 @@ class OperationsTest : public QObject {
     // Each module's answer 60 starts a search: two more after the first.
     QTRY_COMPARE(sim.FramesOf(1).size(), 3);
     QTRY_COMPARE(w.dialog.ModuleList().RowCount(), 2);
-    QCOMPARE(w.dialog.selectedRow, -1);
+    QCOMPARE(w.dialog.modules().selectedRow, -1);
     QVERIFY(w.prompter.boxes.isEmpty());
   }
 
@@ -198,20 +198,20 @@ class OperationsTest : public QObject {
       block[23] = mark;
       return d.SendFileFrame(block.data(), block.size());
     };
-    d.fileJobBroadcast = 1;
+    d.fileSender().fileJobBroadcast = 1;
     QVERIFY(send(1));
-    d.fileJobBroadcast = 0;
+    d.fileSender().fileJobBroadcast = 0;
     d.PublishFileTargets();
     QVERIFY(send(2));
-    d.fileJobAll = 1;
-    d.fileJobModel = kModel730;
+    d.fileSender().fileJobAll = 1;
+    d.fileSender().fileJobModel = kModel730;
     d.PublishFileTargets();
     QVERIFY(send(3));
 
     // While a job runs, the UI thread publishes every change by itself; the
     // file sender's thread reads the latest without waiting for it.
-    d.fileJobRunning = true;
-    d.fileJobModel = kModel740P;
+    d.link().fileJobRunning = true;
+    d.fileSender().fileJobModel = kModel740P;
     d.OnUseLanIp();
     std::atomic<bool> done{false}, sent{false};
     QTest::qWait(20);
@@ -221,7 +221,7 @@ class OperationsTest : public QObject {
     });
     sender.join();
     QVERIFY(done.load() && sent.load());
-    d.fileJobRunning = false;
+    d.link().fileJobRunning = false;
 
     QTRY_COMPARE(sim.FramesOf(56).size(), 7);
     QStringList where;
@@ -231,8 +231,8 @@ class OperationsTest : public QObject {
                           "03 10.77.128.3", "04 10.77.128.1", "04 10.77.128.2", "04 10.77.128.3"}));
 
     // A send that fails tells the status line, and no box.
-    d.fileJobAll = 0;
-    d.selectedModuleIp.clear();
+    d.fileSender().fileJobAll = 0;
+    d.modules().selectedModuleIp.clear();
     d.PublishFileTargets();
     QVERIFY(!send(5));
     QVERIFY(d.configPage->OperationStatus().startsWith(" SendTo cmd Error("));

@@ -71,12 +71,12 @@ class SettingsTest : public QObject {
     const QString gate = " This function supports module firmware version 3.0 above";
 
     // The version gate comes before the question.
-    w.dialog.selectedFirmwareMajor = 2;
+    w.dialog.modules().selectedFirmwareMajor = 2;
     w.prompter.Expect({gate});
     page.OnSet();
     QCOMPARE(w.prompter.Texts(), QStringList{gate});
     QVERIFY(w.prompter.questions.isEmpty());
-    w.dialog.selectedFirmwareMajor = 3;
+    w.dialog.modules().selectedFirmwareMajor = 3;
 
     // No ends it without a word.
     w.prompter.answers.enqueue(false);
@@ -98,14 +98,14 @@ class SettingsTest : public QObject {
 
     // The list stays usable while the question is open: the version is read again.
     EnterLan(w.dialog, "192.168.1.5", "255.255.0.0", "192.168.2.1");
-    w.prompter.onQuestion = [&w](const QString&) { w.dialog.selectedFirmwareMajor = 1; };
+    w.prompter.onQuestion = [&w](const QString&) { w.dialog.modules().selectedFirmwareMajor = 1; };
     w.prompter.answers.enqueue(true);
     w.prompter.Expect({" Module firmware version below is not supported"});
     page.OnSet();
     QCOMPARE(w.prompter.Texts().last(), QString(" Module firmware version below is not supported"));
     QCOMPARE(w.prompter.boxes.size(), 4);
     w.prompter.onQuestion = nullptr;
-    w.dialog.selectedFirmwareMajor = 3;
+    w.dialog.modules().selectedFirmwareMajor = 3;
 
     QVERIFY(SearchBehind(w, sim));
     QCOMPARE(sim.FramesOf(3), QStringList{});

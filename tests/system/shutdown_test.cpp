@@ -33,8 +33,8 @@ class ShutdownTest : public QObject {
 
     PtyPair pty(w->dir.filePath("COM1"), w->dir.filePath("peer1"));
     QVERIFY(pty.Start());
-    d.serialConfig = SerialConfig{};
-    QVERIFY(d.SaveSerialConfig(d.serialConfigPath));
+    d.serialLine().serialConfig = SerialConfig{};
+    QVERIFY(d.SaveSerialConfig(d.startUp.serialConfigPath));
     d.OpenSerial();
     QVERIFY(d.SerialReaderRunning());
     std::atomic<bool> talking{true};
@@ -45,14 +45,15 @@ class ShutdownTest : public QObject {
     });
 
     // A 300 KB job to every row, far longer than the test.
-    d.fileJobAll = 1;
-    d.fileJobModel = kModel740P;
     FileJob job;
-    job.frame = MakeJobFrame(frame::kCmdUploadFirmware, kModel740P, d.pcMac, {}, true, 300'000);
+    job.all = 1;
+    job.model = kModel740P;
+    job.frame =
+        MakeJobFrame(frame::kCmdUploadFirmware, kModel740P, d.link().pcMac, {}, true, 300'000);
     job.content.assign(300'000, 0x5A);
     QVERIFY(d.fileSender().StartJob(std::move(job)));
     QTRY_VERIFY(d.fileSender().BlocksSent() >= 5);
-    QVERIFY(d.fileJobRunning);
+    QVERIFY(d.link().fileJobRunning);
     // The UI thread publishes new targets while the sender reads them.
     for (int i = 0; i < 10; ++i) {
       d.OnUseLanIp();

@@ -84,10 +84,10 @@ class StartUpTest : public QObject {
     QCOMPARE(titles, QStringList({"IP ", "Network", "Console", "Upgrader", "Mac Writer",
                                   "Ceritification", "Jig_tool"}));
     QCOMPARE(tabs->currentIndex(), 0);
-    QCOMPARE(d.selectedRow, -1);
-    QCOMPARE(d.selectedModuleType, QString("G : default"));
-    QCOMPARE(d.serialConfigPath, d.programDir + "serial_config.dat");
-    QVERIFY(d.programDir.endsWith('/'));
+    QCOMPARE(d.modules().selectedRow, -1);
+    QCOMPARE(d.modules().selectedModuleType, QString("G : default"));
+    QCOMPARE(d.startUp.serialConfigPath, d.startUp.programDir + "serial_config.dat");
+    QVERIFY(d.startUp.programDir.endsWith('/'));
 
     // The program file's time, as the C library writes it, in the title.
     struct stat info {};
@@ -98,7 +98,7 @@ class StartUpTest : public QObject {
     const std::time_t seconds = static_cast<std::time_t>(when.toSecsSinceEpoch());
     const QString asc = QString::fromLatin1(std::asctime(std::localtime(&seconds))).left(24);
     QCOMPARE(d.windowTitle(), "Torvek V1.6 Mac (" + asc + ") :");
-    QCOMPARE(d.baseTitle, d.windowTitle());
+    QCOMPARE(d.startUp.baseTitle, d.windowTitle());
 
     // The console tab swaps the lists; the jig tab switches the ARP flush.
     QWidget* pageBefore = tabs->widget(1);
@@ -126,7 +126,7 @@ class StartUpTest : public QObject {
     QCOMPARE(aboutTitle, QString("About Torvek"));
     QCOMPARE(aboutText, QString("Torvek Version 1.0"));
     // It tells where the daily log and the other files are kept.
-    QCOMPARE(filesText, "Files: " + d.programDir);
+    QCOMPARE(filesText, "Files: " + d.startUp.programDir);
 
     // Shutdown lets go of the port.
     d.accept();

@@ -92,7 +92,7 @@ struct BootRig {
 
     if (!w.dialog.OnInitDialog()) return false;
     w.dialog.show();
-    w.dialog.pcIp = kPcIp;
+    w.dialog.configPage->pcIp = kPcIp;
     w.dialog.ShowTab(3);
     ById<QComboBox>(Page(), 1081)->setCurrentIndex(loader == "redboot" ? 0 : 1);
     ById<QAbstractButton>(Page(), 1074)->click();
@@ -144,7 +144,7 @@ class UpgradeTest : public QObject {
     QVERIFY(rig.Commands().startsWith("ip_address -l 10.77.0.2 -h 10.77.0.1\n"));
     for (int id : {1069, 1070, 1071, 1076, 1078})
       QCOMPARE(rig.Text(id), QString("Flash writing is well done."));
-    QVERIFY(!rig.w.dialog.upgradeActive);
+    QVERIFY(!rig.w.dialog.serialLine().upgradeActive);
     QCOMPARE(rig.w.prompter.unexpected, 0);
   }
 
@@ -203,11 +203,11 @@ class UpgradeTest : public QObject {
     probe.start(10);
     QTest::qWait(500);
     QVERIFY(ticks >= 10);
-    QVERIFY(rig.w.dialog.upgradeActive);
+    QVERIFY(rig.w.dialog.serialLine().upgradeActive);
     QCOMPARE(rig.Page().upgradeStep(), 3u);
     QCOMPARE(rig.Text(1069), QString("Image file is well downloaded via TFTP"));
     ById<QAbstractButton>(rig.Page(), 1073)->click();
-    QVERIFY(!rig.w.dialog.upgradeActive);
+    QVERIFY(!rig.w.dialog.serialLine().upgradeActive);
     QVERIFY(ById(rig.Page(), 1068)->isEnabled());
     QVERIFY(ById(rig.Page(), 1081)->isEnabled());
   }
@@ -222,7 +222,7 @@ class UpgradeTest : public QObject {
     QCOMPARE(rig.Page().upgradeStep(), 3u);
     QVERIFY(!QFile::exists(rig.sim.filePath("bf000000.bin")));
     ById<QAbstractButton>(rig.Page(), 1073)->click();
-    QVERIFY(!rig.w.dialog.upgradeActive);
+    QVERIFY(!rig.w.dialog.serialLine().upgradeActive);
   }
 };
 

@@ -114,11 +114,11 @@ class UploadTest : public QObject {
       QMap<QString, int> before;
       for (const QString& mac : all) before[mac] = received.Lines(mac, command).size();
       const QString path = Write(w.dir, QString("job%1.bin").arg(n++), job.content);
-      d.configPage->StartFileJob(command, d.selectedModuleMac, path, job.all, job.model,
+      d.configPage->StartFileJob(command, d.modules().selectedModuleMac, path, job.all, job.model,
                                  job.operation, job.protocol);
-      QVERIFY2(d.fileJobRunning, job.what);
+      QVERIFY2(d.link().fileJobRunning, job.what);
       QCOMPARE(d.configPage->OperationStatus(), QString("Sending...."));
-      QTRY_VERIFY_WITH_TIMEOUT(!d.fileJobRunning, 20000);
+      QTRY_VERIFY_WITH_TIMEOUT(!d.link().fileJobRunning, 20000);
       const int blocks = (job.content.size() + 999) / 1000;
       QTRY_COMPARE(d.configPage->ProgressValue(), blocks);
       QCOMPARE(d.configPage->ProgressMaximum(), blocks);
@@ -180,14 +180,14 @@ class UploadTest : public QObject {
     p.fileNames.enqueue(logoPath);
     d.configPage->OnSetConfiguration();
     QCOMPARE(dialogs, QStringList{"Change system data"});
-    QVERIFY(d.fileJobRunning);
-    QCOMPARE(d.uploadPath, logoPath);
+    QVERIFY(d.link().fileJobRunning);
+    QCOMPARE(d.configPage->uploadPath, logoPath);
     QCOMPARE(d.configPage->OperationStatus(), QString("Sending...."));
     p.Expect({"Module config is running !!!", "Module config is on process, try later !!!"});
     d.configPage->OnSetConfiguration();
     d.OnFindDevices();
     QCOMPARE(d.ModuleList().RowCount(), 1);
-    QTRY_VERIFY(!d.fileJobRunning);
+    QTRY_VERIFY(!d.link().fileJobRunning);
     QTRY_COMPARE(received.Lines(kMac1, 52).size(), 1);
     QCOMPARE(received.File(kMac1, 52), logo);
     // The busy check emptied the status line, and the end of a job says nothing.
@@ -202,9 +202,9 @@ class UploadTest : public QObject {
       QFile::remove(gone);
     });
     p.Expect({"File size is zero"});
-    d.configPage->StartFileJob(56, d.selectedModuleMac, gone, 0, kModel740P, 0, 0);
+    d.configPage->StartFileJob(56, d.modules().selectedModuleMac, gone, 0, kModel740P, 0, 0);
     remover.join();
-    QVERIFY(!d.fileJobRunning);
+    QVERIFY(!d.link().fileJobRunning);
     QVERIFY(p.Pending().isEmpty());
 
     // Shrunk meanwhile: the job sends the file as it is, and says so in
@@ -214,9 +214,9 @@ class UploadTest : public QObject {
       std::this_thread::sleep_for(std::chrono::milliseconds(300));
       QFile::resize(shrunk, 1500);
     });
-    d.configPage->StartFileJob(56, d.selectedModuleMac, shrunk, 0, kModel740P, 0, 0);
+    d.configPage->StartFileJob(56, d.modules().selectedModuleMac, shrunk, 0, kModel740P, 0, 0);
     shrinker.join();
-    QTRY_VERIFY(!d.fileJobRunning);
+    QTRY_VERIFY(!d.link().fileJobRunning);
     QTRY_COMPARE(received.Lines(kMac1, 56).size(), 1);
     QVERIFY2(received.Lines(kMac1, 56)[0].contains("complete=1 size=1500 blocks=2 of 2"),
              qPrintable(received.Lines(kMac1, 56)[0]));
@@ -227,8 +227,8 @@ class UploadTest : public QObject {
     const QString locked = Write(w.dir, "locked.bin", Pattern(3000));
     QFile::setPermissions(locked, QFileDevice::ReadOwner);
     const qsizetype sent = sim.FramesOf(56).size();
-    d.configPage->StartFileJob(56, d.selectedModuleMac, locked, 0, kModel740P, 0, 0);
-    QTRY_VERIFY(!d.fileJobRunning);
+    d.configPage->StartFileJob(56, d.modules().selectedModuleMac, locked, 0, kModel740P, 0, 0);
+    QTRY_VERIFY(!d.link().fileJobRunning);
     QCOMPARE(d.configPage->OperationStatus(), QString("Sending...."));
     QVERIFY(SearchBehind(w, sim));
     if (::geteuid() != 0) QCOMPARE(sim.FramesOf(56).size(), sent);
@@ -258,7 +258,7 @@ class UploadTest : public QObject {
     // No row selected: the dialog offers all modules, and with them neither
     // the selection nor the version is tested. No row was ever selected, so
     // the short command's stamp has no model to name.
-    d.selectedFirmwareMajor = 2;
+    d.modules().selectedFirmwareMajor = 2;
     p.answers.enqueue(true);
     p.Expect({"Invalid Type String G : default"});
     d.configPage->OnSetConfiguration();
@@ -268,25 +268,25 @@ class UploadTest : public QObject {
 
     // The selected module with old firmware is refused before the file dialog.
     d.SelectRow(0);
-    d.selectedFirmwareMajor = 2;
+    d.modules().selectedFirmwareMajor = 2;
     operation = 0;
     howMany = 0;
     p.Expect({" This function supports module firmware version 3.0 above"});
     d.configPage->OnSetConfiguration();
-    d.selectedFirmwareMajor = 3;
+    d.modules().selectedFirmwareMajor = 3;
 
     // A cancelled file dialog ends it silently, and no job starts.
     p.fileNames.enqueue(QString());
     d.configPage->OnSetConfiguration();
-    QVERIFY(!d.fileJobRunning);
+    QVERIFY(!d.link().fileJobRunning);
     // A file that fails its check keeps its path on the page.
     const QString bad = Write(w.dir, "bad.bin", Pattern(100));
     operation = 1;
     p.fileNames.enqueue(bad);
     p.Expect({"Error: config file is not 64K(65536) size"});
     d.configPage->OnSetConfiguration();
-    QVERIFY(!d.fileJobRunning);
-    QCOMPARE(d.uploadPath, bad);
+    QVERIFY(!d.link().fileJobRunning);
+    QCOMPARE(d.configPage->uploadPath, bad);
     QVERIFY(p.Pending().isEmpty());
     QCOMPARE(p.unexpected, 0);
   }

@@ -11,11 +11,12 @@
 
 #include "admin/config_page.h"
 #include "admin/operation_dialogs.h"
+#include "app/main_dialog.h"
 #include "control_by_id.h"
 #include "controls/cell_color_list.h"
 #include "controls/ip_address_ctrl.h"
-#include "core/main_dialog.h"
 #include "core/module_record.h"
+#include "module_rows.h"
 #include "scripted_prompter.h"
 
 using namespace torvek;
@@ -116,13 +117,13 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
     page.OnRefresh();
     QCOMPARE(PcLabels(page), (QStringList{"192.168.0.5/10.0.0.7", "255.255.255.0/255.0.0.0",
                                           "192.168.0.1/", "02:54:56:00:00:01/02:54:56:00:00:02"}));
-    QCOMPARE(main.pcIp, QString("192.168.0.5"));
+    QCOMPARE(page.pcIp, QString("192.168.0.5"));
 
     // A PC without adapters clears the old texts.
     adapters.list.clear();
     page.OnRefresh();
     QCOMPARE(PcLabels(page), (QStringList{"", "", "", ""}));
-    QVERIFY(main.pcIp.isEmpty());
+    QVERIFY(page.pcIp.isEmpty());
   }
 
   void smallDialogsOfferTheirRowsAndGiveTheChoice() {
@@ -152,7 +153,7 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
 
   void systemDataWithoutRowOffersAllModulesAndJumpsBack() {
     CMainDlg main(platform);
-    CSystemDataDlg dlg(prompter, main);
+    CSystemDataDlg dlg(prompter, main.modules());
     QCOMPARE(dlg.property("controlId").toInt(), 148);
     QCOMPARE(dlg.windowTitle(), QString("Change system data"));
     QCOMPARE(dlg.howManyModules, -1);
@@ -186,10 +187,10 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
 
   void systemDataOfA740PRowWantsAChosenModuleType() {
     CMainDlg main(platform);
-    main.selectedRow = 0;
-    main.selectedModuleType = "740P:AP";
+    main.modules().selectedRow = 0;
+    main.modules().selectedModuleType = "740P:AP";
     {
-      CSystemDataDlg dlg(prompter, main);
+      CSystemDataDlg dlg(prompter, main.modules());
       QCOMPARE(test::ById<QComboBox>(dlg, 1108)->currentIndex(), 0);
       QCOMPARE(test::ById<QComboBox>(dlg, 1081)->currentIndex(), -1);
       const QStringList noType{" Module Type is not selected, Please select module type first!!!"};
@@ -204,8 +205,8 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
       test::ById<QPushButton>(dlg, 1)->click();
       QCOMPARE(dlg.result(), int(QDialog::Accepted));
     }
-    main.selectedModuleType = "740:Client";
-    CSystemDataDlg dlg(prompter, main);
+    main.modules().selectedModuleType = "740:Client";
+    CSystemDataDlg dlg(prompter, main.modules());
     QCOMPARE(test::ById<QComboBox>(dlg, 1081)->currentIndex(), 1);
     // With a row selected, Selected Module stands without a word.
     emit test::ById<QComboBox>(dlg, 1108)->activated(0);
@@ -213,9 +214,9 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
 
     // A row whose type names no model: the operator learns why Module Type
     // stands empty, once, as the dialog opens.
-    main.selectedModuleType = "3:AP";
+    main.modules().selectedModuleType = "3:AP";
     prompter.Expect({"Invalid Type String 3:AP"});
-    CSystemDataDlg unknown(prompter, main);
+    CSystemDataDlg unknown(prompter, main.modules());
     QCOMPARE(prompter.boxes.size(), 2);
     QCOMPARE(test::ById<QComboBox>(unknown, 1081)->currentIndex(), -1);
   }
@@ -270,29 +271,24 @@ class ConfigPageTest : public QObject, test::OfflinePlatform {
 
   void useLanIpPicksTheColumnOfTheSelectedRow() {
     CMainDlg main(platform);
-    CCellColorList& list = main.ModuleList();
-    for (int c = 0; c < kModuleColumnCount; ++c) list.InsertColumn(c, QString::number(c), 0, 10, c);
-    std::vector<std::string> row(kModuleColumnCount);
-    row[kColLanIp] = "10.77.128.1";
-    row[kColWanIp] = "172.16.0.1";
-    list.table().AppendRow(row);
-    main.selectedAddress = main.selectedModuleIp = "before";
+    test::AddModule(main.modules(), "10.77.128.1", "172.16.0.1");
+    main.modules().selectedAddress = main.modules().selectedModuleIp = "before";
     auto* check = test::ById<QCheckBox>(main, 1046);
 
     // No row selected: nothing can be read, both texts stay.
     check->click();
-    QCOMPARE(main.useLanIp, 0);
-    QCOMPARE(main.selectedModuleIp, QString("before"));
+    QCOMPARE(main.modules().useLanIp, 0);
+    QCOMPARE(main.modules().selectedModuleIp, QString("before"));
 
-    main.selectedRow = 0;
-    main.fileJobRunning = true;  // a running upload does not hold the address here
+    main.modules().selectedRow = 0;
+    main.link().fileJobRunning = true;  // a running upload does not hold the address here
     check->click();
-    QCOMPARE(main.useLanIp, 1);
-    QCOMPARE(main.selectedModuleIp, QString("10.77.128.1"));
+    QCOMPARE(main.modules().useLanIp, 1);
+    QCOMPARE(main.modules().selectedModuleIp, QString("10.77.128.1"));
     check->click();
-    QCOMPARE(main.selectedAddress, QString("172.16.0.1"));
-    QCOMPARE(main.selectedModuleIp, QString("172.16.0.1"));
-    main.fileJobRunning = false;
+    QCOMPARE(main.modules().selectedAddress, QString("172.16.0.1"));
+    QCOMPARE(main.modules().selectedModuleIp, QString("172.16.0.1"));
+    main.link().fileJobRunning = false;
   }
 };
 

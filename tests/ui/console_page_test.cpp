@@ -8,8 +8,8 @@
 #include <QtTest/QTest>
 
 #include "control_by_id.h"
-#include "core/console_host.h"
 #include "scripted_prompter.h"
+#include "terminals/console_host.h"
 #include "terminals/console_page.h"
 #include "terminals/serial_line.h"
 
@@ -21,12 +21,11 @@ namespace {
 // The page alone, with a window around it that records what it is asked.
 struct ConsoleRig : ConsoleHost {
   torvek::test::OfflinePlatform p;
-  SerialFields serial;
-  ProgramValues program;
-  SerialLine line{p.platform, serial, program};
+  StartUpValues program;
+  SerialLine line{p.platform, program};
   QList<int> switches;
   int steps = 0;
-  CConsolePage page{{p.platform, line, serial, program, *this}};
+  CConsolePage page{{p.platform, line, program, *this}};
 
   bool LoadCommandList(const QString&) override { return true; }
   int NextCommandRow(int& count, int& row) override {
@@ -96,11 +95,11 @@ class ConsolePageTest : public QObject {
     auto* open = ById<QAbstractButton>(page, 1038);
     open->click();
     QCOMPARE(rig.switches, QList<int>{1});
-    QVERIFY(rig.serial.serialOpen);
+    QVERIFY(rig.line.serialOpen);
     QCOMPARE(open->text(), QString("Serial Port Close"));
     open->click();
     QCOMPARE(rig.switches, (QList<int>{1, 0}));
-    QVERIFY(!rig.serial.serialOpen);
+    QVERIFY(!rig.line.serialOpen);
     QCOMPARE(open->text(), QString("Serial Port Open"));
 
     // Each due tick with Auto Send ticked takes one step of the window's walk

@@ -14,7 +14,7 @@
 
 #include "control_by_id.h"
 #include "controls/status_label.h"
-#include "core/process_values.h"
+#include "core/module_directory.h"
 #include "platform/template_font.h"
 #include "production/mac_writer_page.h"
 #include "scripted_prompter.h"
@@ -45,8 +45,11 @@ std::array<std::uint8_t, 1228> Answer(std::uint8_t result, const MacAddress& tar
 
 // A page with what the main window would give it, and a record of what it sent.
 struct Bench : OfflinePlatform, SearchingSender {
-  ProgramValues program;
-  Selection selection;
+  struct {
+    QString programDir;
+    MacAddress pcMac{};
+  } program;
+  ModuleDirectory selection;
   QList<QByteArray> sent;
   int searches = 0;
   std::unique_ptr<CMacWriterPage> page;
@@ -66,8 +69,8 @@ struct Bench : OfflinePlatform, SearchingSender {
   void StartSearch() override { ++searches; }
   // A new run of the program over the same folder.
   void Restart() {
-    page =
-        std::make_unique<CMacWriterPage>(MacWriterLinks{platform, program, selection, *this, {}});
+    page = std::make_unique<CMacWriterPage>(
+        MacWriterLinks{platform, program.programDir, program.pcMac, selection, *this});
     page->OnInitDialog();
   }
   QString File(const QString& name) const { return program.programDir + name; }

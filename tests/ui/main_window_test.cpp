@@ -6,9 +6,9 @@
 #include <QTabWidget>
 #include <QtTest/QTest>
 
+#include "app/main_dialog.h"
 #include "control_by_id.h"
 #include "controls/cell_color_list.h"
-#include "core/main_dialog.h"
 #include "scripted_prompter.h"
 
 using namespace torvek;
@@ -42,7 +42,7 @@ class MainWindowTest : public QObject, test::OfflinePlatform {
     }
     QVERIFY(qobject_cast<QPushButton*>(test::ById(dialog, 1000))->isDefault());
     QVERIFY(qobject_cast<QCheckBox*>(test::ById(dialog, 1046))->isChecked());
-    QCOMPARE(dialog.useLanIp, 1);
+    QCOMPARE(dialog.modules().useLanIp, 1);
 
     auto* modules = qobject_cast<CCellColorList*>(test::ById(dialog, 1001));
     auto* commands = qobject_cast<CCellColorList*>(test::ById(dialog, 1007));

@@ -11,6 +11,7 @@
 #include <QtTest/QTest>
 
 #include "control_by_id.h"
+#include "core/module_directory.h"
 #include "scripted_prompter.h"
 #include "terminals/network_page.h"
 
@@ -21,7 +22,7 @@ namespace {
 
 struct NetworkRig {
   torvek::test::OfflinePlatform p;
-  Selection selection;
+  ModuleDirectory selection;
   NetworkSession session{p.platform, selection};
   CNetworkPage page{session};
 

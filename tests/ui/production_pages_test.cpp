@@ -15,6 +15,7 @@
 
 #include "control_by_id.h"
 #include "controls/cell_table.h"
+#include "core/module_directory.h"
 #include "core/module_record.h"
 #include "production/jig_page.h"
 #include "production/radio_test_page.h"
@@ -29,14 +30,11 @@ const QString kNoModule = "Module is not found, click serach button";
 const QString kNotSelected = "Module is not selected at the list, Please select module first!!!";
 
 struct JigRig : test::OfflinePlatform, SearchingSender {
-  JigRig() {
-    for (int c = 0; c < kModuleColumnCount; ++c) list.InsertColumn(c, "", Align::Left, 10);
-  }
   void AddModule(const std::string& ip, const std::string& mac) {
-    std::vector<std::string> cells(kModuleColumnCount);
-    cells[kColLanIp] = ip;
-    cells[kColMac] = mac;
-    list.AppendRow(cells);
+    Module module;
+    module.lanIp = *ParseDotted(ip);
+    module.mac = ParseMacText(mac);
+    selection.AddModule(module);
   }
   // An answer as the socket hands it over.
   void Answer(std::uint8_t code, std::uint8_t result, const QByteArray& text) {
@@ -54,12 +52,11 @@ struct JigRig : test::OfflinePlatform, SearchingSender {
   }
   QString Label(int id) { return ById<QLabel>(page, id)->text(); }
 
-  CellTable list;
-  Selection selection;
+  ModuleDirectory selection;
   int searches = 0;
   bool SendFrameAndSearch(std::uint8_t*) override { return false; }
   void StartSearch() override { ++searches; }
-  JigSession session{{platform, selection, list, *this}};
+  JigSession session{{platform, selection, *this}};
   CJigPage page{session};
 };
 
@@ -181,11 +178,11 @@ class ProductionPagesTest : public QObject {
     QVERIFY(rig.selection.selectedAddress.isEmpty());
 
     // One module: its LAN address is taken, and kept after the list changes.
-    rig.list.DeleteAllRows();
+    rig.selection.DeleteAllRows();
     rig.AddModule("10.77.128.9", "00-0E-E3-00-00-09");
     rig.session.SendJigRequest(0x30);
     QCOMPARE(rig.selection.selectedAddress, QString("10.77.128.9"));
-    rig.list.DeleteAllRows();
+    rig.selection.DeleteAllRows();
     rig.session.SendJigRequest(0x30);
     QCOMPARE(rig.selection.selectedAddress, QString("10.77.128.9"));
     QVERIFY(rig.prompter.Pending().isEmpty());

@@ -8,7 +8,7 @@
 #include <QtTest/QTest>
 
 #include "admin/config_page.h"
-#include "core/main_dialog.h"
+#include "app/main_dialog.h"
 #include "scripted_prompter.h"
 
 using namespace torvek;

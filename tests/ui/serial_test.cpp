@@ -11,7 +11,7 @@
 #include <thread>
 
 #include "control_by_id.h"
-#include "core/process_values.h"
+#include "core/start_up_values.h"
 #include "pty_pair.h"
 #include "scripted_prompter.h"
 #include "terminals/serial_line.h"
@@ -148,9 +148,8 @@ class SerialTest : public QObject {
     PtyPair pty(Dir() + "COM3", Dir() + "peer3");
     QVERIFY(pty.Start());
     OfflinePlatform p;
-    SerialFields fields;
-    ProgramValues program;
-    SerialLine line(p.platform, fields, program);
+    StartUpValues program;
+    SerialLine line(p.platform, program);
     QByteArray got;
     line.SetConsoleSink([&got](int direction, const QByteArray& text) {
       if (direction == 0) got += text;

@@ -13,8 +13,8 @@
 
 #include "admin/config_page.h"
 #include "admin/operation_dialogs.h"
+#include "app/main_dialog.h"
 #include "controls/cell_table.h"
-#include "core/main_dialog.h"
 #include "platform/template_font.h"
 #include "production/jig_page.h"
 #include "production/mac_setup_dialog.h"
@@ -68,24 +68,24 @@ class TemplateFitTest : public QObject, test::OfflinePlatform {
   void everyTemplateKeepsItsTextsWhole() {
     CMainDlg main(platform);
     CConfigPage config(main.ConfigPageLinks());
-    CConsolePage console({platform, main.serialLine(), main, main, main});
-    NetworkSession session(platform, main);
+    CConsolePage console({platform, main.serialLine(), main.startUp, main});
+    NetworkSession session(platform, main.modules());
     CNetworkPage network(session);
     // The connect button's longest text, while connected, fits as well.
     CNetworkPage connected(session);
     connected.findChild<QPushButton*>("connectButton")->setText("Remote Dis-Connect");
     CHowManyDlg howMany;
     CCompanyIdDlg companyId;
-    CSystemDataDlg systemData(prompter, main);
+    CSystemDataDlg systemData(prompter, main.modules());
     CSerialSetupDlg serialSetup(SerialConfig{}, dir.path() + "/");
-    main.programDir = dir.path() + "/";
-    CMacWriterPage macWriter({platform, main, main, main, {}});
+    CMacWriterPage macWriter(
+        {platform, dir.path() + "/", main.link().pcMac, main.modules(), main.link()});
     macWriter.OnInitDialog();
     MacCounter counter;
     CMacSetupDlg macSetup(counter);
     CRadioTestPage radioTest(prompter);
-    CellTable noModules;
-    JigSession jigSession({platform, main, noModules, main});
+    ModuleDirectory noModules;
+    JigSession jigSession({platform, noModules, main.link()});
     CJigPage jig(jigSession);
     QStringList clipped;
     for (QWidget* w :

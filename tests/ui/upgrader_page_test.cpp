@@ -13,9 +13,9 @@
 #include <functional>
 
 #include "control_by_id.h"
-#include "core/console_host.h"
 #include "pty_pair.h"
 #include "scripted_prompter.h"
+#include "terminals/console_host.h"
 #include "terminals/serial_line.h"
 #include "upgrade/upgrader_page.h"
 
@@ -27,11 +27,10 @@ namespace {
 
 struct UpgraderRig : ConsoleHost {
   torvek::test::OfflinePlatform p;
-  SerialFields serial;
-  ProgramValues program;
-  SerialLine line{p.platform, serial, program};
+  StartUpValues program;
+  SerialLine line{p.platform, program};
   QList<int> switches;
-  CUpgraderPage page{{p.platform, line, serial, program, *this}};
+  CUpgraderPage page{{p.platform, line, program, *this}};
 
   bool LoadCommandList(const QString&) override { return true; }
   int NextCommandRow(int& count, int& row) override { return count = row = 0; }
@@ -65,7 +64,7 @@ struct LineRig : UpgraderRig {
     config.port = 0;
     config.baud = 12;
     config.dataBits = 3;
-    serial.serialOpen = true;
+    line.serialOpen = true;
     return line.Open(config, p.dir.path() + "/");
   }
   // Waits for the next bytes from the tool that end with `tail`.
@@ -175,7 +174,7 @@ class UpgraderPageTest : public QObject {
     UpgraderRig rig;
     rig.Click(1074);
     QCOMPARE(rig.Text(1074), QString("Serial Close"));
-    QVERIFY(rig.serial.serialOpen);
+    QVERIFY(rig.line.serialOpen);
     rig.Click(1074);
     QCOMPARE(rig.Text(1074), QString("Serial Open"));
     QCOMPARE(rig.switches, (QList<int>{1, 0}));
@@ -190,13 +189,13 @@ class UpgraderPageTest : public QObject {
     rig.Tick({1065});
     rig.p.prompter.Expect({" Open Serial Port"});
     rig.Click(1068);
-    QVERIFY(!rig.serial.upgradeActive);
+    QVERIFY(!rig.line.upgradeActive);
     QVERIFY(!rig.Locked());
-    rig.serial.serialOpen = true;
+    rig.line.serialOpen = true;
     rig.Tick({});
     rig.p.prompter.Expect({" check update factor at the check box"});
     rig.Click(1068);
-    QVERIFY(!rig.serial.upgradeActive);
+    QVERIFY(!rig.line.upgradeActive);
     QVERIFY(ById(rig.page, 1068)->isEnabled());
     QVERIFY(rig.p.prompter.Pending().isEmpty());
     QCOMPARE(rig.p.prompter.unexpected, 0);
@@ -209,7 +208,7 @@ class UpgraderPageTest : public QObject {
     rig.Tick({1066});  // only the box hidden for U-Boot: the check passes
     ById<QComboBox>(rig.page, 1081)->setCurrentIndex(1);
     rig.Click(1068);
-    QVERIFY(rig.serial.upgradeActive);
+    QVERIFY(rig.line.upgradeActive);
     QVERIFY(rig.Locked());
     QVERIFY(!ById(rig.page, 1068)->isEnabled());
     QVERIFY(ById(rig.page, 1073)->isEnabled() && ById(rig.page, 1072)->isEnabled());
@@ -219,7 +218,7 @@ class UpgraderPageTest : public QObject {
     QVERIFY(rig.Text(1082).startsWith("In Process : "));
     QVERIFY(!rig.page.LogText().contains("How to"));
     rig.Click(1073);
-    QVERIFY(!rig.serial.upgradeActive);
+    QVERIFY(!rig.line.upgradeActive);
     QVERIFY(!rig.Locked());
     QVERIFY(ById(rig.page, 1068)->isEnabled());
     QCOMPARE(rig.page.upgradeStep(), 0u);
@@ -273,7 +272,7 @@ class UpgraderPageTest : public QObject {
     QCOMPARE(rig.AwaitCommand("reset\n\r"), QByteArray("reset\n\r"));
     QTRY_COMPARE(rig.Text(1082), QString("System is now rebooting !!!"));
     QCOMPARE(rig.p.beeper.beeps, 2);
-    QVERIFY(!rig.serial.upgradeActive);
+    QVERIFY(!rig.line.upgradeActive);
     QVERIFY(!rig.Locked());
     QCOMPARE(bar->value(), 2);
     QCOMPARE(rig.Text(1078), QString("Flash writing is well done."));
@@ -302,9 +301,13 @@ class UpgraderPageTest : public QObject {
     UpgraderRig rig;
     Platform platform{modal,       rig.p.launcher, rig.p.beeper,
                       rig.p.clock, rig.p.adapters, rig.p.paths};
-    SerialLine line{platform, rig.serial, rig.program};
-    CUpgraderPage page{{platform, line, rig.serial, rig.program, rig}};
-    rig.serial.serialOpen = true;  // the button was pressed, the open failed
+    SerialLine line{platform, rig.program};
+    QObject::connect(&line, &SerialLine::Tell, &line,
+                     [&modal](const QString& text, const QString& title) {
+                       modal.Message(text, title);
+                     });
+    CUpgraderPage page{{platform, line, rig.program, rig}};
+    line.serialOpen = true;  // the button was pressed, the open failed
     ById<QCheckBox>(page, 1065)->setChecked(true);
     modal.Expect({"Invalid handle", "Invalid handle"});
     // The operator gives up after the second box.
@@ -317,18 +320,18 @@ class UpgraderPageTest : public QObject {
     QTest::qWait(300);
     QCOMPARE(modal.boxes.size(), 2);
     QCOMPARE(modal.deepest, 1);
-    rig.serial.upgradeActive = 0;
+    line.upgradeActive = 0;
   }
 
   void logBoxIsEmptiedAtItsLineLimit() {
     UpgraderRig rig;
-    rig.serial.upgradeActive = 1;
+    rig.line.upgradeActive = 1;
     // The help text's 16 lines count too.
     for (int i = 0; i < 4079; ++i) rig.page.OnSerialText(1, "line\r\n", 6);
     QCOMPARE(rig.page.LogText().count('\n'), 4095);
     rig.page.OnSerialText(1, "last\r\n", 6);
     QCOMPARE(rig.page.LogText(), QString("last\n"));
-    rig.serial.upgradeActive = 0;
+    rig.line.upgradeActive = 0;
   }
 };
 

@@ -1,13 +1,10 @@
-#include "core/about_box.h"
+#include "app/about_box.h"
 
 #include <QAction>
 #include <QDialog>
 #include <QDir>
-#include <QFileInfo>
 #include <QPainter>
 
-#include "core/daily_log.h"
-#include "core/start_up_texts.h"
 #include "platform/prompter.h"
 #include "ui_about_dialog.h"
 
@@ -46,13 +43,6 @@ void AddAboutAction(QWidget& window, std::function<void()> show) {
   QObject::connect(about, &QAction::triggered, &window, std::move(show));
   window.addAction(about);
   window.setContextMenuPolicy(Qt::ActionsContextMenu);
-}
-
-QString ProgramBaseTitle(const QString& programFile) {
-  const QFileInfo info(programFile);
-  QDateTime created = info.birthTime();
-  if (!created.isValid()) created = info.metadataChangeTime();
-  return QString::fromStdString(BaseTitle(ProgramTimeText(LocalTm(created.toLocalTime()))));
 }
 
 }  // namespace torvek

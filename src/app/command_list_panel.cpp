@@ -1,4 +1,4 @@
-#include "core/command_list_panel.h"
+#include "app/command_list_panel.h"
 
 #include <QFile>
 #include <QMouseEvent>
@@ -15,11 +15,10 @@ constexpr Color kMarkRed = 0x0000FF;
 constexpr Color kWhite = 0xFFFFFF;
 }  // namespace
 
-CommandListPanel::CommandListPanel(CCellColorList& list, CommandListState& state,
+CommandListPanel::CommandListPanel(CCellColorList& list,
                                    std::function<void(const QString&)> showCommand,
                                    std::function<void()> onClick)
-    : list_(list), state_(state), showCommand_(std::move(showCommand)),
-      onClick_(std::move(onClick)) {
+    : list_(list), showCommand_(std::move(showCommand)), onClick_(std::move(onClick)) {
   list_.viewport()->installEventFilter(this);
 }
 
@@ -71,25 +70,25 @@ bool CommandListPanel::Click() {
   if (list_.SelectedRow() < 0) return false;
   const int row = list_.currentIndex().row();
   showCommand_(list_.GetItemText(row, 2));
-  if (state_.commandRow != -1) MarkRow(state_.commandRow, false);
-  state_.commandRow = row;
+  if (commandRow != -1) MarkRow(commandRow, false);
+  commandRow = row;
   return true;
 }
 
 int CommandListPanel::NextRow(int& count, int& row) {
   const int rows = list_.RowCount();
   if (rows == 0) return 0;
-  const CommandWalkStep step = StepCommandWalk(rows, state_.commandRow, state_.previousCommandRow);
+  const CommandWalkStep step = StepCommandWalk(rows, commandRow, previousCommandRow);
   MarkRow(step.unmarkRow, false);
   MarkRow(step.unmarkPreviousRow, false);
   MarkRow(step.markRow, true);
   showCommand_(list_.GetItemText(step.markRow, 2));
   count = rows;
   row = step.markRow;
-  state_.previousCommandRow = step.previousCommandRow;
-  state_.commandRow = step.commandRow;
+  previousCommandRow = step.previousCommandRow;
+  commandRow = step.commandRow;
 
-  if (WalkScrollsOn(state_.commandRow, list_.rowHeight(0), list_.height())) {
+  if (WalkScrollsOn(commandRow, list_.rowHeight(0), list_.height())) {
     QScrollBar* bar = list_.verticalScrollBar();
     bar->setValue(bar->value() + (list_.verticalScrollMode() == QAbstractItemView::ScrollPerItem
                                       ? 1

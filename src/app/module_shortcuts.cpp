@@ -1,18 +1,18 @@
-#include "core/module_shortcuts.h"
+#include "app/module_shortcuts.h"
 
 #include <QUrl>
 
-#include "controls/cell_color_list.h"
+#include "core/module_directory.h"
 #include "platform/platform.h"
 
 namespace torvek {
 
-ModuleShortcuts::ModuleShortcuts(Platform& platform, Selection& selection,
-                                 const CCellColorList& modules, std::function<QString()> address)
-    : platform_(platform), selection_(selection), modules_(modules), address_(std::move(address)) {}
+ModuleShortcuts::ModuleShortcuts(Platform& platform, ModuleDirectory& modules,
+                                 std::function<QString()> address)
+    : platform_(platform), modules_(modules), address_(std::move(address)) {}
 
 bool ModuleShortcuts::HaveSelectedModule() {
-  if (selection_.selectedRow != -1) return true;
+  if (modules_.selectedRow != -1) return true;
   platform_.prompter.Message(" Select system at the List");
   return false;
 }
@@ -20,7 +20,7 @@ bool ModuleShortcuts::HaveSelectedModule() {
 void ModuleShortcuts::OnPingTest() {
   // A lone module needs no selection: it becomes the selected row.
   if (modules_.RowCount() == 1)
-    selection_.selectedRow = 0;
+    modules_.selectedRow = 0;
   else if (!HaveSelectedModule())
     return;
   platform_.launcher.StartInTerminal({"ping", address_()});
@@ -36,7 +36,7 @@ void ModuleShortcuts::OnOpenWebBrowser() {
   const QString address = address_();
   // The port follows the choice of address, not the address itself.
   platform_.launcher.OpenUrl(
-      QUrl(selection_.useLanIp ? "http://" + address : "http://" + address + ":8080"));
+      QUrl(modules_.useLanIp ? "http://" + address : "http://" + address + ":8080"));
 }
 
 void ModuleShortcuts::OnDosCommand() { platform_.launcher.StartInTerminal({}); }

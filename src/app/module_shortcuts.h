@@ -5,18 +5,15 @@
 #include <QString>
 #include <functional>
 
-#include "core/process_values.h"
-
 namespace torvek {
 
-class CCellColorList;
+class ModuleDirectory;
 struct Platform;
 
 class ModuleShortcuts {
  public:
   // `address` reads the Use LAN IP box and gives the selected row's address.
-  ModuleShortcuts(Platform& platform, Selection& selection, const CCellColorList& modules,
-                  std::function<QString()> address);
+  ModuleShortcuts(Platform& platform, ModuleDirectory& modules, std::function<QString()> address);
 
   // True with a row selected; otherwise the operator is told.
   bool HaveSelectedModule();
@@ -27,8 +24,7 @@ class ModuleShortcuts {
 
  private:
   Platform& platform_;
-  Selection& selection_;
-  const CCellColorList& modules_;
+  ModuleDirectory& modules_;
   std::function<QString()> address_;
 };
 

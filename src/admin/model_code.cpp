@@ -1,4 +1,4 @@
-#include "core/model_code.h"
+#include "admin/model_code.h"
 
 #include "core/management_frame.h"
 #include "platform/prompter.h"

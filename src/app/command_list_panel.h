@@ -6,8 +6,6 @@
 #include <QString>
 #include <functional>
 
-#include "core/process_values.h"
-
 namespace torvek {
 
 class CCellColorList;
@@ -17,8 +15,8 @@ class CommandListPanel : public QObject {
   // `showCommand` puts a row's command into the Console page's input box;
   // `onClick` is called for a click anywhere in the list, below its last row
   // included.
-  CommandListPanel(CCellColorList& list, CommandListState& state,
-                   std::function<void(const QString&)> showCommand, std::function<void()> onClick);
+  CommandListPanel(CCellColorList& list, std::function<void(const QString&)> showCommand,
+                   std::function<void()> onClick);
 
   // Sets the columns; the list starts hidden.
   void InsertColumns();
@@ -31,12 +29,15 @@ class CommandListPanel : public QObject {
   int NextRow(int& count, int& row);
   void MarkRow(int row, bool on);
 
+  // The walk of Auto Send: the row marked now and the one before it.
+  int commandRow = -1;
+  int previousCommandRow = -1;
+
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   CCellColorList& list_;
-  CommandListState& state_;
   std::function<void(const QString&)> showCommand_;
   std::function<void()> onClick_;
 };

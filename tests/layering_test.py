@@ -6,6 +6,8 @@
 - No page header (*_page.h) included in core/, except by core/main_dialog.cpp,
   which owns the pages.
 - theMainDlg only in the files listed below.
+- The standard-library-only folders beside src/ (the TFTP protocol) include
+  no Qt header and nothing from outside their own folder, and link nothing.
 
 Usage: layering_test.py SRC_DIR
 """
@@ -18,6 +20,10 @@ THE_MAIN_DLG_ALLOWED = {
     "core/main_dialog.h",
     "core/main_dialog.cpp",
 }
+
+# Folders beside src/, relative to the project, that build a library of the
+# standard library alone.
+STD_ONLY_FOLDERS = ["tools/tftp/protocol"]
 
 # The one file of core/ that may include page headers.
 PAGE_OWNER = "core/main_dialog.cpp"
@@ -134,6 +140,23 @@ def check_the_main_dlg(src):
                 fail(path, number, "theMainDlg outside its allowed files")
 
 
+def check_std_only_folders(project):
+    for relative in STD_ONLY_FOLDERS:
+        folder = project / relative
+        sources = [p for p in sorted(folder.rglob("*")) if p.suffix in SOURCE_SUFFIXES]
+        if not sources:
+            fail(folder, 0, "listed as a standard-library-only folder but holds no source")
+        for path in sources:
+            for number, quote, name in includes(path):
+                if QT_HEADER.match(name):
+                    fail(path, number, f"Qt include <{name}> in {relative}")
+                elif quote == '"' and not (path.parent / name).is_file():
+                    fail(path, number, f"{relative} includes {name} from outside its folder")
+        cmake = folder / "CMakeLists.txt"
+        if cmake.is_file() and re.search(r"\btarget_link_libraries\b", cmake.read_text()):
+            fail(cmake, 0, f"{relative} links another library")
+
+
 def main():
     if len(sys.argv) != 2:
         sys.exit(__doc__)
@@ -146,6 +169,7 @@ def main():
     check_logic_has_no_qt(src)
     check_core_knows_no_page(src)
     check_the_main_dlg(src)
+    check_std_only_folders(src.parent)
     for failure in failures:
         print(failure)
     print(f"{len(failures)} layering violation(s)" if failures else f"layering holds ({logic_count} logic sources)")

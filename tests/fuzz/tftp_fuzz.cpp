@@ -6,9 +6,9 @@
 #include <cstdlib>
 #include <string>
 
-#include "tftp/tftp_names.h"
-#include "tftp/tftp_packet.h"
-#include "tftp/tftp_transfer.h"
+#include "tftp_names.h"
+#include "tftp_packet.h"
+#include "tftp_transfer.h"
 
 using namespace torvek::tftp;
 

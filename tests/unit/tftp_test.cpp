@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "tftp/tftp_names.h"
-#include "tftp/tftp_packet.h"
-#include "tftp/tftp_texts.h"
-#include "tftp/tftp_transfer.h"
+#include "tftp_names.h"
+#include "tftp_packet.h"
+#include "tftp_texts.h"
+#include "tftp_transfer.h"
 
 namespace torvek::tftp {
 namespace {

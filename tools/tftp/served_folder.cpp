@@ -10,8 +10,8 @@
 #include <cstring>
 #include <random>
 
-#include "tftp/tftp_names.h"
-#include "tftp/tftp_packet.h"
+#include "tftp_names.h"
+#include "tftp_packet.h"
 
 namespace tftpd {
 namespace {

@@ -1,4 +1,4 @@
-#include "tftp/tftp_packet.h"
+#include "tftp_packet.h"
 
 #include <algorithm>
 #include <cctype>

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tftp/tftp_packet.h"
+#include "tftp_packet.h"
 
 namespace torvek::tftp {
 

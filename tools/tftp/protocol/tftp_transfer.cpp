@@ -1,4 +1,4 @@
-#include "tftp/tftp_transfer.h"
+#include "tftp_transfer.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-#include "tftp/tftp_texts.h"
+#include "tftp_texts.h"
 
 #include <cstdio>
 

@@ -1,4 +1,4 @@
-#include "tftp/tftp_names.h"
+#include "tftp_names.h"
 
 #include <filesystem>
 #include <system_error>

@@ -21,6 +21,7 @@ class TransferSocket {
   // Binds any IPv4 address on `port` (0: one the system picks).
   bool Bind(std::uint16_t port);
   int Descriptor() const { return fd_; }
+  std::uint16_t LocalPort() const { return port_; }
 
   // A datagram the kernel cannot take now counts as lost on the way.
   void Send(const sockaddr_in& to, const iovec* parts, std::size_t count);
@@ -30,6 +31,7 @@ class TransferSocket {
 
  private:
   int fd_ = -1;
+  std::uint16_t port_ = 0;
 };
 
 inline bool SameEndpoint(const sockaddr_in& a, const sockaddr_in& b) {

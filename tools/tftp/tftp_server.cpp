@@ -1,6 +1,5 @@
 #include "tftp_server.h"
 
-#include <QNetworkDatagram>
 #include <QNetworkInterface>
 #include <QSocketNotifier>
 #include <QTimer>
@@ -367,23 +366,28 @@ TftpServer::~TftpServer() = default;
 bool TftpServer::Start(const ServerSettings& settings, QString& error, bool& needsPrivilege) {
   Stop();
   needsPrivilege = false;
+  incoming_.resize(kDataHeaderLength + 65536);
   std::string why;
   if (!folder_.Open(settings.root.toStdString(), why)) {
     error =
         QString("Cannot serve the folder %1: %2").arg(settings.root, QString::fromStdString(why));
     return false;
   }
-  auto listener = std::make_unique<QUdpSocket>();
-  if (!listener->bind(QHostAddress::AnyIPv4, settings.port)) {
-    needsPrivilege =
-        settings.port < 1024 && listener->error() == QAbstractSocket::SocketAccessError;
-    error =
-        QString("Cannot listen on UDP port %1: %2").arg(settings.port).arg(listener->errorString());
+  // The request port is read like a transfer's: straight, in batches, from a
+  // notifier that fires again as long as anything waits.
+  auto listener = std::make_unique<TransferSocket>();
+  if (!listener->Bind(settings.port)) {
+    const int failure = errno;
+    needsPrivilege = settings.port < 1024 && (failure == EACCES || failure == EPERM);
+    error = QString("Cannot listen on UDP port %1: %2")
+                .arg(settings.port)
+                .arg(QString::fromLocal8Bit(std::strerror(failure)));
     return false;
   }
   settings_ = settings;
   listener_ = std::move(listener);
-  connect(listener_.get(), &QUdpSocket::readyRead, this, &TftpServer::OnRequests);
+  requests_ = std::make_unique<QSocketNotifier>(listener_->Descriptor(), QSocketNotifier::Read);
+  connect(requests_.get(), &QSocketNotifier::activated, this, &TftpServer::OnRequests);
 
   // A transfer holds two descriptors: its socket and its file.
   rlimit limit{};
@@ -398,7 +402,6 @@ bool TftpServer::Start(const ServerSettings& settings, QString& error, bool& nee
         std::min<std::size_t>(maxTransfers_, settings_.portHigh - settings_.portLow + 1u);
   maxPerAddress_ = std::min(kMaxPerAddress, std::max<std::size_t>(1, maxTransfers_ / 2));
   FindOwnAddresses();
-  incoming_.resize(kDataHeaderLength + 65536);
   return true;
 }
 
@@ -408,6 +411,7 @@ void TftpServer::Stop() {
   for (auto& [id, transfer] : transfers_) delete transfer;
   transfers_.clear();
   perAddress_.clear();
+  requests_.reset();
   listener_.reset();
   if (refusals_.Pending()) {
     refusalTimer_.stop();
@@ -418,7 +422,7 @@ void TftpServer::Stop() {
   std::vector<std::uint8_t>().swap(firstBlock_);
 }
 
-quint16 TftpServer::Port() const { return listener_ ? listener_->localPort() : 0; }
+quint16 TftpServer::Port() const { return listener_ ? listener_->LocalPort() : 0; }
 
 std::vector<TransferView> TftpServer::RunningTransfers() const {
   std::vector<TransferView> views;
@@ -460,14 +464,13 @@ bool TftpServer::MayAnswer(quint32 address, quint16 port) {
 void TftpServer::OnRequests() {
   // A bounded batch, so that a flood of requests leaves the transfers their
   // turn; what is left is taken on the next pass of the event loop.
-  for (int batch = 0; batch < 256; ++batch) {
-    if (!listener_ || !listener_->hasPendingDatagrams()) return;
-    const QNetworkDatagram datagram = listener_->receiveDatagram(kMaxRequestLength + 1);
-    if (!datagram.isValid()) return;
-    HandleRequest(datagram.data(), datagram.senderAddress(),
-                  static_cast<quint16>(datagram.senderPort()));
+  for (int batch = 0; batch < 256 && listener_; ++batch) {
+    sockaddr_in from{};
+    const long got = listener_->Receive(incoming_.data(), incoming_.size(), from);
+    if (got < 0) return;
+    HandleRequest(incoming_.data(), static_cast<std::size_t>(got),
+                  QHostAddress(ntohl(from.sin_addr.s_addr)), ntohs(from.sin_port));
   }
-  QTimer::singleShot(0, this, &TftpServer::OnRequests);
 }
 
 void TftpServer::Refuse(const QHostAddress& peer, quint16 peerPort, bool write,
@@ -476,8 +479,7 @@ void TftpServer::Refuse(const QHostAddress& peer, quint16 peerPort, bool write,
   const quint32 address = peer.toIPv4Address();
   if (code != kNoAnswer && MayAnswer(address, peerPort)) {
     const auto error = MakeError(static_cast<std::uint16_t>(code), errorText);
-    listener_->writeDatagram(reinterpret_cast<const char*>(error.data()),
-                             static_cast<qint64>(error.size()), peer, peerPort);
+    listener_->Send(Endpoint(peer, peerPort), error.data(), error.size());
   }
   const std::uint64_t now = NowMs();
   if (refusals_.Pending() && now >= refusals_.DueMs()) FlushRefusals();
@@ -520,11 +522,9 @@ std::unique_ptr<TransferSocket> TftpServer::OpenTransferSocket() {
   return nullptr;
 }
 
-void TftpServer::HandleRequest(const QByteArray& datagram, const QHostAddress& peer,
-                               quint16 peerPort) {
+void TftpServer::HandleRequest(const std::uint8_t* bytes, std::size_t length,
+                               const QHostAddress& peer, quint16 peerPort) {
   const quint32 address = peer.toIPv4Address();
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(datagram.constData());
-  const std::size_t length = static_cast<std::size_t>(datagram.size());
   const bool write = length >= 2 && bytes[0] == 0 && bytes[1] == 2;
   // Nothing from this host's own ports, nor from an address that reaches
   // many, gets a transfer or an answer: it can only be forged.

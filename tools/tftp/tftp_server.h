@@ -7,9 +7,9 @@
 #include <QElapsedTimer>
 #include <QHostAddress>
 #include <QObject>
+#include <QSocketNotifier>
 #include <QString>
 #include <QTimer>
-#include <QUdpSocket>
 
 #include <cstdint>
 #include <map>
@@ -80,7 +80,8 @@ class TftpServer : public QObject {
 
  private:
   void OnRequests();
-  void HandleRequest(const QByteArray& datagram, const QHostAddress& peer, quint16 peerPort);
+  void HandleRequest(const std::uint8_t* bytes, std::size_t length, const QHostAddress& peer,
+                     quint16 peerPort);
   // A request that gets no transfer: the client hears why (unless `code`
   // is kNoAnswer), the log tells it, both within their rations.
   static constexpr int kNoAnswer = -1;
@@ -101,7 +102,8 @@ class TftpServer : public QObject {
 
   ServerSettings settings_;
   ServedFolder folder_;
-  std::unique_ptr<QUdpSocket> listener_;
+  std::unique_ptr<TransferSocket> listener_;
+  std::unique_ptr<QSocketNotifier> requests_;
   std::map<quint64, Transfer*> transfers_;
   std::map<quint32, std::size_t> perAddress_;
   std::size_t maxTransfers_ = kMaxTransfers;

@@ -18,7 +18,8 @@ class TransferSocket {
   TransferSocket& operator=(const TransferSocket&) = delete;
   ~TransferSocket();
 
-  // Binds any IPv4 address on `port` (0: one the system picks).
+  // Binds any IPv4 address on `port` (0: one the system picks); on failure
+  // errno says why.
   bool Bind(std::uint16_t port);
   int Descriptor() const { return fd_; }
   std::uint16_t LocalPort() const { return port_; }

@@ -8,6 +8,8 @@
   data path that the window and the programs beside it share.
 - No theMainDlg: the window is built and handed on, never looked up.
 - No source over 800 lines; the window's own file stays a router (250).
+- The standard-library-only folders beside src/ (the TFTP protocol) include
+  no Qt header and nothing from outside their own folder, and link nothing.
 
 Usage: layering_test.py SRC_DIR
 """
@@ -25,6 +27,10 @@ GUI_HEADER = re.compile(
 MAX_LINES = 800
 WINDOW_FILE = "app/main_dialog.cpp"
 WINDOW_MAX_LINES = 250
+
+# Folders beside src/, relative to the project, that build a library of the
+# standard library alone.
+STD_ONLY_FOLDERS = ["tools/tftp/protocol"]
 
 SOURCE_SUFFIXES = {".h", ".hpp", ".cpp", ".cc"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
@@ -148,6 +154,23 @@ def check_the_main_dlg(src):
                 fail(path, number, "theMainDlg: hand the window on instead")
 
 
+def check_std_only_folders(project):
+    for relative in STD_ONLY_FOLDERS:
+        folder = project / relative
+        sources = [p for p in sorted(folder.rglob("*")) if p.suffix in SOURCE_SUFFIXES]
+        if not sources:
+            fail(folder, 0, "listed as a standard-library-only folder but holds no source")
+        for path in sources:
+            for number, quote, name in includes(path):
+                if QT_HEADER.match(name):
+                    fail(path, number, f"Qt include <{name}> in {relative}")
+                elif quote == '"' and not (path.parent / name).is_file():
+                    fail(path, number, f"{relative} includes {name} from outside its folder")
+        cmake = folder / "CMakeLists.txt"
+        if cmake.is_file() and re.search(r"\btarget_link_libraries\b", cmake.read_text()):
+            fail(cmake, 0, f"{relative} links another library")
+
+
 def main():
     if len(sys.argv) != 2:
         sys.exit(__doc__)
@@ -160,6 +183,7 @@ def main():
     check_core_includes_nothing_above(src)
     check_the_main_dlg(src)
     check_sizes(src)
+    check_std_only_folders(src.parent)
     for failure in failures:
         print(failure)
     print(f"{len(failures)} layering violation(s)" if failures else f"layering holds ({logic_count} logic sources)")

@@ -1,14 +1,16 @@
 // Arbitrary datagrams through the packet codec and into a read and a write
 // transfer, timers firing between them: nothing is read past a datagram, a
 // read only ever asks for blocks of its file, and an ended transfer stays
-// ended.
+// ended. A netascii read of the input itself runs beside them: its blocks
+// are made as the read asks for them, and none is ever out of reach.
 #include <cstdint>
 #include <cstdlib>
 #include <string>
 
-#include "tftp/tftp_names.h"
-#include "tftp/tftp_packet.h"
-#include "tftp/tftp_transfer.h"
+#include "tftp_names.h"
+#include "tftp_packet.h"
+#include "tftp_texts.h"
+#include "tftp_transfer.h"
 
 using namespace torvek::tftp;
 
@@ -25,6 +27,26 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   Actions actions;
   read.Start(0, actions);
   write.Start(0, actions);
+  ReadTransfer text(std::nullopt, parameters);
+  NetasciiBlocks blocks(parameters.blockSize,
+                        [&](std::uint64_t offset, std::uint8_t* buffer, std::size_t length) {
+                          if (offset >= size) return 0ll;
+                          const std::size_t n = std::min<std::size_t>(length, size - offset);
+                          std::copy(data + offset, data + offset + n, buffer);
+                          return static_cast<long long>(n);
+                        });
+  std::vector<std::uint8_t> block;
+  const auto makeBlocks = [&](const Actions& asked) {
+    for (const Action& action : asked) {
+      if (action.kind != Action::SendData || action.block > text.LastBlock()) continue;
+      if (!blocks.Block(action.block, block) || block.size() > parameters.blockSize) std::abort();
+      if (block.size() < parameters.blockSize)
+        text.KnownSize((action.block - 1) * parameters.blockSize + block.size());
+    }
+  };
+  Actions textActions;
+  text.Start(0, textActions);
+  makeBlocks(textActions);
 
   std::uint64_t now = 0;
   std::size_t pos = 3;
@@ -47,12 +69,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       }
       read.OnPacket(packet, now, actions);
       write.OnPacket(packet, now, actions);
+      textActions.clear();
+      text.OnPacket(packet, now, textActions);
+      makeBlocks(textActions);
     } else if (why.empty()) {
       std::abort();
     }
     if (length > 0 && data[pos] == 0xee) {
       read.OnTimer(now, actions);
       write.OnTimer(now, actions);
+      textActions.clear();
+      text.OnTimer(now, textActions);
+      makeBlocks(textActions);
     }
     for (const Action& action : actions) {
       if (action.kind == Action::SendData) {

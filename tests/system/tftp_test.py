@@ -14,6 +14,7 @@ import struct
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 
 BIN, LAB = sys.argv[1], sys.argv[2]
@@ -209,6 +210,195 @@ def rrq(name, mode=b"octet", opcode=1):
     return struct.pack("!H", opcode) + name + b"\0" + mode + b"\0"
 
 
+def rrq_options(name, mode=b"octet", opcode=1, **options):
+    return rrq(name, mode, opcode) + b"".join(
+        b"%s\0%s\0" % (k.encode(), str(v).encode()) for k, v in options.items())
+
+
+def spoof(source, destination, payload):
+    """One UDP datagram with a forged sender, through a raw socket."""
+    header = struct.pack("!HHHH", source[1], destination[1], 8 + len(payload), 0)
+    ip = struct.pack("!BBHHHBBH4s4s", 0x45, 0, 20 + 8 + len(payload), 0, 0, 64, 17, 0,
+                     socket.inet_aton(source[0]), socket.inet_aton(destination[0]))
+    with socket.socket(socket.AF_INET, socket.SOCK_RAW, socket.IPPROTO_RAW) as s:
+        s.sendto(ip + header + payload, (destination[0], 0))
+
+
+class Counter:
+    """Counts the UDP datagrams this namespace sends that match nftables
+    expressions, one count for each: what goes back and forth between servers."""
+    TABLE = "torvek_tftp_count"
+
+    def __init__(self, *matches):
+        subprocess.run(["nft", "delete", "table", "inet", self.TABLE], capture_output=True)
+        rules = [["add", "table", "inet", self.TABLE],
+                 ["add", "chain", "inet", self.TABLE, "out",
+                  "{ type filter hook output priority 0 ; }"]]
+        rules += [["add", "rule", "inet", self.TABLE, "out"] + m.split() + ["counter"]
+                  for m in matches]
+        for rule in rules:
+            result = subprocess.run(["nft"] + rule, capture_output=True, text=True)
+            check(result.returncode == 0, "nft: " + result.stderr)
+
+    def counts(self):
+        listing = subprocess.run(["nft", "list", "table", "inet", self.TABLE],
+                                 capture_output=True, text=True).stdout
+        return [int(line.split("counter packets")[1].split()[0])
+                for line in listing.splitlines() if "counter packets" in line]
+
+    def packets(self):
+        return (self.counts() or [-1])[0]
+
+    def close(self):
+        subprocess.run(["nft", "delete", "table", "inet", self.TABLE], capture_output=True)
+
+
+def server_memory(server):
+    """Resident kilobytes and open descriptors of a server."""
+    with open("/proc/%d/status" % server.process.pid) as f:
+        rss = next(int(line.split()[1]) for line in f if line.startswith("VmRSS:"))
+    return rss, len(os.listdir("/proc/%d/fd" % server.process.pid))
+
+
+def timed_fetch(server, work, name="image16.bin", blksize=1468):
+    started = time.time()
+    fetch_all(server, work, [("curl", name, blksize, None)], "timed")
+    return time.time() - started
+
+
+def reflection(work, root):
+    """A forged error between two servers, or from a server to itself, is
+    never answered: the datagrams end with the forged one."""
+    a, b = Server(root, 6974), Server(root, 6975)
+    here = SERVER_IP
+    counter = Counter("udp dport { 6974, 6975 }")
+    try:
+        error = b"\0\5\0\0oops\0"
+        for what, source, destination, payload, most in (
+                ("an error from the other server", (here, 6975), (here, 6974), error, 1),
+                ("an error from the server's own port", (here, 6974), (here, 6974), error, 1),
+                ("a request from the server's own port", (here, 6974), (here, 6974),
+                 rrq("inside.bin"), 1),
+                ("an unknown opcode from the other server", (here, 6975), (here, 6974),
+                 b"\0\x09junk", 2)):
+            before = counter.packets()
+            spoof(source, destination, payload)
+            time.sleep(0.5)
+            sent = counter.packets() - before
+            check(1 <= sent <= most, "%s: %d datagrams, at most %d" % (what, sent, most))
+        # The same on a transfer's own port: a read that is never acknowledged
+        # holds one open while the forged datagrams arrive.
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as s:
+            s.settimeout(3)
+            s.sendto(rrq("image16.bin"), (here, 6974))
+            _, (_, port) = s.recvfrom(70000)
+            counter.close()
+            # From the transfer's port to the other server; to itself.
+            counter = Counter("udp sport %d udp dport 6975" % port,
+                              "udp sport %d udp dport %d" % (port, port))
+            for source in ((here, 6975), (here, port)):
+                spoof(source, (here, port), error)
+                spoof(source, (here, port), b"\0\4\0\1")
+            time.sleep(0.5)
+            # The acknowledgement from a stranger gets one error; the forged
+            # ones from the port itself are the only datagrams to it.
+            check(counter.counts() == [1, 2], "a transfer answers only the other server's "
+                  "acknowledgement: %r datagrams" % counter.counts())
+        lines = a.lines()
+        check(any("ignored: not a request" in line for line in lines) and
+              any("ignored: forged sender" in line for line in lines),
+              "the forged datagrams show in the log:\n" + "\n".join(lines))
+        check(a.process.poll() is None and b.process.poll() is None, "both servers still run")
+    finally:
+        counter.close()
+        a.stop()
+        b.stop()
+
+
+def floods(work, root):
+    """Reads that are never acknowledged, in thousands from one address and
+    as netascii of a 40 MB image from another, while a third client fetches
+    16 MB: bounded descriptors and memory, and the fetch within twice its
+    quiet time. (1,000 reads here; bench/tftp_bench.py floods with 5,000.)"""
+    server = Server(root, 6976)
+    flood = []
+    try:
+        quiet = sorted(timed_fetch(server, work) for _ in range(3))[1]
+        _, descriptors = server_memory(server)
+        # 1,000 octet reads, every other one asking the longest timeout, from
+        # the server's address; 20 netascii reads of 40 MB from loopback.
+        for i in range(1000):
+            s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+            s.setblocking(False)
+            s.sendto(rrq_options("image16.bin", **({"timeout": 255} if i % 2 else {})),
+                     (SERVER_IP, server.port))
+            flood.append(s)
+        for i in range(20):
+            s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+            s.setblocking(False)
+            s.sendto(rrq("image40.bin", b"netascii"), ("127.0.0.1", server.port))
+            flood.append(s)
+        flooded_at = time.time()
+        loaded = timed_fetch(server, work)
+        rss, open_now = server_memory(server)
+        print("  16 MB fetch: %.2f s quiet, %.2f s beside the floods; server %d MB, %d "
+              "descriptors" % (quiet, loaded, rss // 1024, open_now), flush=True)
+        check(loaded <= 2 * quiet, "the fetch beside the floods took %.2f s, quiet %.2f s"
+              % (loaded, quiet))
+        check(rss < 50 * 1024, "the server holds %d kB beside the floods" % rss)
+        check(open_now <= descriptors + 2 * (32 + 20), "%d descriptors open" % open_now)
+        errors = 0
+        for s in flood:
+            try:
+                while True:
+                    errors += s.recv(70000)[:2] == b"\0\5"
+            except BlockingIOError:
+                pass
+        most = 20 + 10 * (time.time() - flooded_at) + 5
+        check(errors <= most, "%d errors for the refused reads, at most %d" % (errors, most))
+        # The reads nobody acknowledged are given up within seconds, the
+        # longest timeout asked for or not; the refusals come as a summary.
+        deadline = flooded_at + 12
+        while time.time() < deadline and server_memory(server)[1] > descriptors:
+            time.sleep(0.2)
+        gone = time.time() - flooded_at
+        check(server_memory(server)[1] <= descriptors,
+              "descriptors back to %d after the floods: %d" % (descriptors,
+                                                               server_memory(server)[1]))
+        print("  unacknowledged reads given up after %.1f s" % gone, flush=True)
+        while time.time() < flooded_at + 11.5 and not any(
+                "more requests refused" in line for line in server.lines()):
+            time.sleep(0.2)
+        lines = server.lines()
+        busy = [line for line in lines if "transfers from this address" in line]
+        check(0 < len(busy) <= 21 and "more requests refused" in busy[-1],
+              "refusals summed up:\n" + "\n".join(busy[:3] + busy[-2:]))
+        check(len(lines) < 120, "%d log lines for the floods" % len(lines))
+    finally:
+        for s in flood:
+            s.close()
+        server.stop()
+
+
+def small_port_range(work, root):
+    """Ten reads never acknowledged from one address hold at most half of a
+    range of ten ports: another client is served at once."""
+    server = Server(root, 6977, "--port-range", "62000:62009")
+    flood = []
+    try:
+        for _ in range(10):
+            s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM)
+            s.sendto(rrq("inside.bin"), (SERVER_IP, server.port))
+            flood.append(s)
+        time.sleep(0.2)
+        took = fetch_all(server, work, [("tftp-hpa", "small0.bin", 512, None)], "range")
+        check(took < 10, "a fetch beside ten unacknowledged reads took %.1f s" % took)
+    finally:
+        for s in flood:
+            s.close()
+        server.stop()
+
+
 def confinement(work, root, outside):
     server = Server(root, 6972)
     try:
@@ -243,6 +433,42 @@ def confinement(work, root, outside):
         # The file inside is still served after all that.
         answer = request(server.port, rrq("inside.bin"))
         check(answer[:4] == b"\0\3\0\1" and answer[4:] == b"inside", "the inside file: %r" % answer)
+        # ... but not as a folder, nor under an upload's name.
+        for name in ("inside.bin/", ".tftp-upload-1234", "sub/.tftp-upload-99"):
+            answer = request(server.port, rrq(name))
+            check(answer[:4] == b"\0\5\0\2", "%s is refused: %r" % (name, answer))
+        # A request of thousands of options is refused on its length, at once.
+        many = rrq("inside.bin") + b"".join(b"o%d\0%d\0" % (i, i) for i in range(6500))
+        started = time.time()
+        answer = request(server.port, many[:65000])
+        check(answer[:2] == b"\0\5" and b"too long" in answer,
+              "a request of 65,000 bytes is refused: %r" % answer[:40])
+        check(time.time() - started < 0.5, "the refusal took %.2f s" % (time.time() - started))
+        # A FIFO is never opened: a writer waiting on it stays waiting.
+        opened = []
+        writer = threading.Thread(target=lambda: opened.append(os.open(
+            os.path.join(root, "fifo"), os.O_WRONLY)), daemon=True)
+        writer.start()
+        answer = request(server.port, rrq("fifo"))
+        writer.join(0.5)
+        check(answer[:2] == b"\0\5" and not opened, "the FIFO was opened by the server")
+        os.close(os.open(os.path.join(root, "fifo"), os.O_RDONLY | os.O_NONBLOCK))
+        writer.join(2)
+        for fd in opened:
+            os.close(fd)
+        # A client's error text cannot forge a line or reach the terminal.
+        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as s:
+            s.settimeout(3)
+            s.sendto(rrq("inside.bin"), (SERVER_IP, server.port))
+            _, transfer = s.recvfrom(70000)
+            s.sendto(b"\0\5\0\0x\nok     6.6.6.6:1 read 100000 bytes FORGED.bin\x1b[2J\0",
+                     transfer)
+        time.sleep(0.3)
+        lines = server.lines()
+        check(not any(line.startswith("ok     6.6.6.6") for line in lines) and
+              not any("\x1b" in line for line in lines) and
+              any("FORGED.bin\\x1b[2J" in line for line in lines),
+              "a client's error text is escaped in the log:\n" + "\n".join(lines[-3:]))
     finally:
         server.stop()
 
@@ -262,13 +488,61 @@ def uploads_and_text(work, root):
         check(not [n for n in os.listdir(os.path.join(root, "sub")) if ".part-" in n],
               "no temporary file is left beside an upload")
         out = os.path.join(work, "text-back.txt")
-        result = subprocess.run([LAB, "lan", "tftp", SERVER_IP, str(server.port), "-m", "ascii",
-                                 "-c", "get", "text.txt", out], capture_output=True, timeout=60)
-        with open(out, "rb") as f:
-            back = f.read()
-        check(back == b"one\ntwo\r\nthree\rfour\n", "netascii comes back as it was: %r" % back)
+        for name in ("text.txt", "lines.txt"):
+            result = subprocess.run([LAB, "lan", "tftp", SERVER_IP, str(server.port), "-m",
+                                     "ascii", "-c", "get", name, out], capture_output=True,
+                                    timeout=60)
+            with open(out, "rb") as f:
+                back = f.read()
+            with open(os.path.join(root, name), "rb") as f:
+                check(back == f.read(), "netascii %s comes back as it was: %r" % (name, back[:40]))
+        # Names up to the longest a folder takes, though an upload is written aside.
+        longest = "n" * 255
+        result = subprocess.run([LAB, "lan", "atftp", "--put", "-l", source, "-r", longest,
+                                 SERVER_IP, str(server.port)], capture_output=True, timeout=60)
+        target = os.path.join(root, longest)
+        check(result.returncode == 0 and os.path.exists(target) and
+              digest(target) == digest(source), "an upload of a 255-character name: %r"
+              % result.stderr)
+        hijack(server, root)
     finally:
         server.stop()
+
+
+def hijack(server, root):
+    """While an upload is half-way, nothing in the folder shows it, and
+    nothing another client does reaches it."""
+    victim = os.urandom(100000)
+    with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as s:
+        s.settimeout(3)
+        before = set(os.listdir(root))
+        s.sendto(rrq("victim.bin", opcode=2), (SERVER_IP, server.port))
+        answer, transfer = s.recvfrom(100)
+        check(answer == b"\0\4\0\0", "the upload is acknowledged: %r" % answer)
+        blocks = [victim[i:i + 512] for i in range(0, len(victim) + 1, 512)]
+        for number, block in enumerate(blocks[:100], 1):
+            s.sendto(struct.pack("!HH", 3, number) + block, transfer)
+            s.recvfrom(100)
+        appeared = set(os.listdir(root)) - before
+        check(not appeared, "a half-way upload shows in the folder: %r" % appeared)
+        for name in appeared | {".victim.bin.part-000001", ".tftp-upload-000001"}:
+            answer = request(server.port, rrq(name))
+            check(answer[:2] == b"\0\5", "a read of %s during an upload: %r" % (name, answer[:8]))
+        # A write to the name the upload has meanwhile, if any, is refused too.
+        intruder = os.path.join(os.path.dirname(root), "intruder.bin")
+        with open(intruder, "wb") as f:
+            f.write(b"x" * 777)
+        for name in appeared or {".tftp-upload-000001"}:
+            subprocess.run([LAB, "lan", "atftp", "--put", "-l", intruder, "-r", name, SERVER_IP,
+                            str(server.port)], capture_output=True, timeout=30)
+        for number, block in enumerate(blocks[100:], 101):
+            s.sendto(struct.pack("!HH", 3, number) + block, transfer)
+            s.recvfrom(100)
+    time.sleep(0.2)
+    with open(os.path.join(root, "victim.bin"), "rb") as f:
+        check(f.read() == victim, "the upload arrived whole and untouched")
+    check(not [n for n in os.listdir(root) if n.startswith(".tftp-upload-")],
+          "no upload name is left in the folder")
 
 
 def privilege(root):
@@ -301,6 +575,10 @@ def main():
             f.write(b"inside")
         with open(os.path.join(root, "text.txt"), "wb") as f:
             f.write(b"one\ntwo\r\nthree\rfour\n")
+        with open(os.path.join(root, "lines.txt"), "wb") as f:
+            # Line ends of every kind across many block edges.
+            f.write(b"".join(b"line %d%s" % (i, (b"\n", b"\r\n", b"\r", b"")[i % 4])
+                             for i in range(20000)))
         for name, size in (("image16.bin", 16 << 20), ("image40.bin", 40 << 20),
                            ("loss.bin", 1 << 20)):
             with open(os.path.join(root, name), "wb") as f:
@@ -310,7 +588,10 @@ def main():
                 f.write(os.urandom(2 << 20))
         os.chmod(root, 0o755)
 
-        steps = {"confinement": lambda: confinement(work, root, outside),
+        steps = {"reflection": lambda: reflection(work, root),
+                 "floods": lambda: floods(work, root),
+                 "range": lambda: small_port_range(work, root),
+                 "confinement": lambda: confinement(work, root, outside),
                  "uploads": lambda: uploads_and_text(work, root),
                  "privilege": lambda: privilege(root),
                  "twenty": lambda: twenty_at_once(work, root),

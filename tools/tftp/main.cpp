@@ -5,6 +5,7 @@
 #include <QSettings>
 #include <QSocketNotifier>
 
+#include <malloc.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -65,6 +66,12 @@ bool WantsWindow(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  tftpd::RaiseDescriptorLimit();
+  // A transfer's read-ahead is a quarter megabyte: from their own mapping,
+  // so that it goes back to the system when the transfer ends, however many
+  // came and went (the allocator would otherwise raise this bound as it sees
+  // them freed, and keep them).
+  mallopt(M_MMAP_THRESHOLD, 128 * 1024);
   std::unique_ptr<QCoreApplication> app;
   if (WantsWindow(argc, argv))
     app = std::make_unique<QApplication>(argc, argv);

@@ -10,8 +10,8 @@
 #include <cstring>
 #include <random>
 
-#include "tftp/tftp_names.h"
-#include "tftp/tftp_packet.h"
+#include "tftp_names.h"
+#include "tftp_packet.h"
 
 namespace tftpd {
 namespace {
@@ -55,9 +55,32 @@ bool Upload::Write(const std::uint8_t* data, std::size_t length, std::string& wh
 }
 
 bool Upload::Commit(std::string& why) {
-  if (::fsync(file_) != 0 || ::close(file_) != 0) {
+  if (::fsync(file_) != 0) {
     why = std::strerror(errno);
+    Discard();
+    return false;
+  }
+  if (tempName_.empty()) {
+    // The file has no name yet: it gets one of the upload names, which no
+    // request may use, and from there the rename below puts it in place.
+    const std::string self = "/proc/self/fd/" + std::to_string(file_);
+    std::random_device random;
+    for (int attempt = 0; attempt < 16 && tempName_.empty(); ++attempt) {
+      const std::string temp = TempName(random);
+      if (::linkat(AT_FDCWD, self.c_str(), directory_, temp.c_str(), AT_SYMLINK_FOLLOW) == 0)
+        tempName_ = temp;
+      else if (errno != EEXIST)
+        break;
+    }
+    if (tempName_.empty()) {
+      why = std::strerror(errno);
+      Discard();
+      return false;
+    }
+  }
+  if (::close(file_) != 0) {
     file_ = -1;
+    why = std::strerror(errno);
     Discard();
     return false;
   }
@@ -70,6 +93,7 @@ bool Upload::Commit(std::string& why) {
   ::fsync(directory_);
   ::close(directory_);
   directory_ = -1;
+  tempName_.clear();
   return true;
 }
 
@@ -77,10 +101,15 @@ void Upload::Discard() {
   if (file_ >= 0) ::close(file_);
   file_ = -1;
   if (directory_ >= 0) {
-    ::unlinkat(directory_, tempName_.c_str(), 0);
+    if (!tempName_.empty()) ::unlinkat(directory_, tempName_.c_str(), 0);
     ::close(directory_);
   }
   directory_ = -1;
+  tempName_.clear();
+}
+
+std::string Upload::TempName(std::random_device& random) {
+  return std::string(torvek::tftp::kUploadPrefix) + std::to_string(random() % 100000000);
 }
 
 ServedFolder::~ServedFolder() {
@@ -128,15 +157,21 @@ int ServedFolder::OpenBeneath(const std::string& relative, int flags, int& error
 OpenResult ServedFolder::OpenForRead(const std::string& relative, int& fd,
                                      std::uint64_t& size) const {
   int error = 0;
-  // Non-blocking, so that a FIFO cannot hold the server up while it opens.
-  fd = OpenBeneath(relative, O_RDONLY | O_NONBLOCK | O_NOCTTY, error);
-  if (fd < 0) return FromErrno(error);
+  // First a descriptor that only names the file: opening a device or a FIFO
+  // may do something of its own, so only a regular file is opened for real.
+  const int path = OpenBeneath(relative, O_PATH, error);
+  if (path < 0) return FromErrno(error);
   struct stat status {};
-  if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
-    ::close(fd);
+  if (::fstat(path, &status) != 0 || !S_ISREG(status.st_mode)) {
+    ::close(path);
     fd = -1;
     return Refuse(kAccessViolation, "not a regular file");
   }
+  const std::string self = "/proc/self/fd/" + std::to_string(path);
+  fd = ::open(self.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC);
+  error = errno;
+  ::close(path);
+  if (fd < 0) return FromErrno(error);
   size = static_cast<std::uint64_t>(status.st_size);
   return OpenResult{true, false, 0, ""};
 }
@@ -154,13 +189,23 @@ OpenResult ServedFolder::CreateUpload(const std::string& relative, Upload& uploa
     ::close(directory);
     return Refuse(kAccessViolation, "not a regular file");
   }
+  upload.Discard();
+  // The upload is written into a file without a name, which no client can
+  // read or replace while it grows; it is named only once whole.
+  int file = ::openat(directory, ".", O_TMPFILE | O_WRONLY | O_CLOEXEC, 0644);
+  if (file >= 0) {
+    upload.directory_ = directory;
+    upload.file_ = file;
+    upload.finalName_ = name;
+    return OpenResult{true, false, 0, ""};
+  }
+  // A file system without such files: a name no request may use.
   std::random_device random;
   for (int attempt = 0; attempt < 16; ++attempt) {
-    const std::string temp = "." + name + ".part-" + std::to_string(random() % 1000000);
-    const int file = ::openat(directory, temp.c_str(),
-                              O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0644);
+    const std::string temp = Upload::TempName(random);
+    file = ::openat(directory, temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                    0644);
     if (file >= 0) {
-      upload.Discard();
       upload.directory_ = directory;
       upload.file_ = file;
       upload.tempName_ = temp;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <random>
 #include <string>
 
 namespace tftpd {
@@ -18,8 +19,9 @@ struct OpenResult {
   std::string why;
 };
 
-// A file being received: written aside under a hidden name, and put in
-// place by one rename only when the transfer ends well.
+// A file being received: written into a file without a name (or, where the
+// file system has none, under a name no request may use), and put in place
+// by one rename only when the transfer ends well.
 class Upload {
  public:
   Upload() = default;
@@ -33,9 +35,10 @@ class Upload {
 
  private:
   friend class ServedFolder;
+  static std::string TempName(std::random_device& random);
   int directory_ = -1;
   int file_ = -1;
-  std::string tempName_;
+  std::string tempName_;  // empty while the file has no name
   std::string finalName_;
 };
 

@@ -1,10 +1,11 @@
 #include "tftp_server.h"
 
-#include <QNetworkDatagram>
+#include <QNetworkInterface>
 #include <QSocketNotifier>
 #include <QTimer>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,10 +13,10 @@
 #include <cstring>
 #include <optional>
 
-#include "tftp/tftp_names.h"
-#include "tftp/tftp_packet.h"
-#include "tftp/tftp_texts.h"
-#include "tftp/tftp_transfer.h"
+#include "tftp_names.h"
+#include "tftp_packet.h"
+#include "tftp_texts.h"
+#include "tftp_transfer.h"
 
 namespace tftpd {
 
@@ -27,6 +28,10 @@ QString ClientText(const QHostAddress& address, quint16 port) {
   return address.toString() + ":" + QString::number(port);
 }
 
+std::string AddressText(std::uint32_t address) {
+  return QHostAddress(address).toString().toStdString();
+}
+
 sockaddr_in Endpoint(const QHostAddress& address, quint16 port) {
   sockaddr_in endpoint{};
   endpoint.sin_family = AF_INET;
@@ -35,23 +40,30 @@ sockaddr_in Endpoint(const QHostAddress& address, quint16 port) {
   return endpoint;
 }
 
-// A netascii read goes from memory: the file as it will be on the wire.
-// Text files are small; an image asked for as text is refused.
-constexpr std::uint64_t kNetasciiLimit = 64 << 20;
-
-bool ReadWhole(int fd, std::uint64_t size, std::vector<std::uint8_t>& out) {
-  out.resize(size);
-  std::uint64_t done = 0;
-  while (done < size) {
-    const ssize_t got = ::pread(fd, out.data() + done, size - done, static_cast<off_t>(done));
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) return false;
-    done += static_cast<std::uint64_t>(got);
+long long ReadAt(int fd, std::uint64_t offset, std::uint8_t* buffer, std::size_t length) {
+  for (;;) {
+    const ssize_t got = ::pread(fd, buffer, length, static_cast<off_t>(offset));
+    if (got >= 0 || errno != EINTR) return got;
   }
-  return true;
 }
 
+// Errors to clients: a client that keeps getting refused hears about it
+// ten times a second at most, and all of them together 200 times.
+constexpr Throttle::Rate kErrorsPerAddress{10, 20};
+constexpr Throttle::Rate kErrorsInAll{200, 200};
+
+// Descriptors kept free of transfers: the listener, the window, the event
+// loop, a log.
+constexpr std::size_t kSpareDescriptors = 64;
+
 }  // namespace
+
+void RaiseDescriptorLimit() {
+  rlimit limit{};
+  if (::getrlimit(RLIMIT_NOFILE, &limit) != 0 || limit.rlim_cur >= limit.rlim_max) return;
+  limit.rlim_cur = limit.rlim_max;
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+}
 
 class Transfer : public QObject {
  public:
@@ -61,20 +73,29 @@ class Transfer : public QObject {
         parameters_(std::move(parameters)),
         notifier_(socket_->Descriptor(), QSocketNotifier::Read) {
     peerAddress_ = Endpoint(peer, peerPort);
+    peerIp_ = peer.toIPv4Address();
     timer_.setSingleShot(true);
     timer_.setTimerType(Qt::PreciseTimer);
     connect(&timer_, &QTimer::timeout, this, &Transfer::OnTimer);
     connect(&notifier_, &QSocketNotifier::activated, this, &Transfer::OnReadable);
-    incoming_.resize(kDataHeaderLength + 65536);
   }
   ~Transfer() override {
     if (fd_ >= 0) ::close(fd_);
   }
 
-  void BeginRead(int fd, std::uint64_t size, std::vector<std::uint8_t> netascii, bool fromMemory) {
+  // `size` is none for netascii, whose size on the wire is known only at
+  // its end: its blocks are made from the file one at a time.
+  void BeginRead(int fd, std::optional<std::uint64_t> size) {
     fd_ = fd;
-    memory_ = std::move(netascii);
-    fromMemory_ = fromMemory;
+    if (!size) {
+      netascii_.emplace(parameters_.blockSize,
+                        [fd](std::uint64_t offset, std::uint8_t* buffer, std::size_t length) {
+                          return ReadAt(fd, offset, buffer, length);
+                        });
+      fileSize_ = 0;
+    } else {
+      fileSize_ = *size;
+    }
     read_.emplace(size, parameters_);
     Actions actions;
     read_->Start(server_->NowMs(), actions);
@@ -82,7 +103,7 @@ class Transfer : public QObject {
   }
 
   void BeginWrite(bool netascii) {
-    netascii_ = netascii;
+    netasciiUpload_ = netascii;
     write_.emplace(parameters_);
     Actions actions;
     write_->Start(server_->NowMs(), actions);
@@ -113,24 +134,32 @@ class Transfer : public QObject {
     return 0;
   }
   const sockaddr_in& PeerAddress() const { return peerAddress_; }
+  quint32 PeerIp() const { return peerIp_; }
+  quint16 LocalPort() const { return socket_->LocalPort(); }
 
  private:
   void OnReadable() {
+    std::vector<std::uint8_t>& incoming = server_->incoming_;
     // A bounded batch, so that other transfers and the window get their turn;
     // the notifier fires again for what is left.
     for (int batch = 0; batch < 64 && !closed_; ++batch) {
       sockaddr_in from{};
-      const long got = socket_->Receive(incoming_.data(), incoming_.size(), from);
+      const long got = socket_->Receive(incoming.data(), incoming.size(), from);
       if (got < 0) break;
       if (!SameEndpoint(from, peerAddress_)) {
-        // Another sender on this transfer's port is told off and not heard.
-        const auto error = MakeError(kUnknownTransferId, "Unknown transfer ID");
-        socket_->Send(from, error.data(), error.size());
+        // Another sender on this transfer's port is told off and not heard;
+        // an error is never answered, or two servers could answer each
+        // other's for ever.
+        const bool error = got >= 2 && incoming[0] == 0 && incoming[1] == 5;
+        if (!error && server_->MayAnswer(ntohl(from.sin_addr.s_addr), ntohs(from.sin_port))) {
+          const auto answer = MakeError(kUnknownTransferId, "Unknown transfer ID");
+          socket_->Send(from, answer.data(), answer.size());
+        }
         continue;
       }
       Packet packet;
       std::string why;
-      if (!ParsePacket(incoming_.data(), static_cast<std::size_t>(got), packet, why)) continue;
+      if (!ParsePacket(incoming.data(), static_cast<std::size_t>(got), packet, why)) continue;
       // One list for every packet, so that a block costs no allocation.
       packetActions_.clear();
       if (read_)
@@ -155,37 +184,62 @@ class Transfer : public QObject {
     socket_->Send(peerAddress_, packet.data(), packet.size());
   }
 
-  // The block's bytes where they lie: in memory for netascii, otherwise in
+  // The block's bytes where they lie. Until the client has answered, a block
+  // is read into the server's one buffer for first blocks; after that, into
   // a read-ahead of the file that serves many blocks with one read.
   const std::uint8_t* BlockBytes(std::uint64_t offset, std::size_t length, std::string& why) {
-    if (fromMemory_) return memory_.data() + offset;
-    if (offset < cacheOffset_ || offset + length > cacheOffset_ + cacheLength_) {
-      cache_.resize(std::max<std::size_t>(kReadAhead, length));
-      cacheOffset_ = offset;
-      cacheLength_ = 0;
-      while (cacheLength_ < cache_.size()) {
-        const ssize_t got = ::pread(fd_, cache_.data() + cacheLength_, cache_.size() - cacheLength_,
-                                    static_cast<off_t>(offset + cacheLength_));
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) {
-          why = std::strerror(errno);
-          return nullptr;
-        }
-        if (got == 0) break;
-        cacheLength_ += static_cast<std::size_t>(got);
-      }
-      if (cacheLength_ < length) {
-        why = "File changed while being read";
+    std::vector<std::uint8_t>* buffer = &cache_;
+    if (!read_->Heard()) {
+      buffer = &server_->firstBlock_;
+      cacheLength_ = 0;  // the read-ahead, if any, is not in that buffer
+    } else if (offset >= cacheOffset_ && offset + length <= cacheOffset_ + cacheLength_) {
+      return cache_.data() + (offset - cacheOffset_);
+    }
+    const std::uint64_t rest = fileSize_ > offset ? fileSize_ - offset : 0;
+    const std::size_t wanted =
+        read_->Heard() ? std::max<std::size_t>(std::min<std::uint64_t>(kReadAhead, rest), length)
+                       : length;
+    if (buffer->size() < wanted) buffer->resize(wanted);
+    std::size_t got = 0;
+    while (got < wanted) {
+      const long long n = ReadAt(fd_, offset + got, buffer->data() + got, wanted - got);
+      if (n < 0) {
+        why = std::strerror(errno);
         return nullptr;
       }
+      if (n == 0) break;
+      got += static_cast<std::size_t>(n);
     }
-    return cache_.data() + (offset - cacheOffset_);
+    if (got < length) {
+      why = "File changed while being read";
+      return nullptr;
+    }
+    if (buffer == &cache_) {
+      cacheOffset_ = offset;
+      cacheLength_ = got;
+    }
+    return buffer->data();
   }
 
   bool SendBlock(std::uint64_t block, std::string& why) {
-    const std::size_t length = read_->BlockLength(block);
-    const std::uint8_t* bytes = BlockBytes(read_->BlockOffset(block), length, why);
-    if (!bytes) return false;
+    const std::uint8_t* bytes = nullptr;
+    std::size_t length = 0;
+    if (netascii_) {
+      // Blocks of a window beyond the end, once it is known, are not sent.
+      if (block > read_->LastBlock()) return true;
+      if (!netascii_->Block(block, netasciiBlock_)) {
+        why = "Read error";
+        return false;
+      }
+      bytes = netasciiBlock_.data();
+      length = netasciiBlock_.size();
+      if (length < parameters_.blockSize)
+        read_->KnownSize((block - 1) * parameters_.blockSize + length);
+    } else {
+      length = read_->BlockLength(block);
+      bytes = BlockBytes(read_->BlockOffset(block), length, why);
+      if (!bytes) return false;
+    }
     std::uint8_t header[kDataHeaderLength];
     WriteDataHeader(header, static_cast<std::uint16_t>(block & 0xffff));
     const iovec parts[2] = {{header, kDataHeaderLength},
@@ -195,12 +249,11 @@ class Transfer : public QObject {
   }
 
   bool WriteBlock(const std::uint8_t* data, std::size_t length, std::string& why) {
-    if (!netascii_) return upload_.Write(data, length, why);
+    if (!netasciiUpload_) return upload_.Write(data, length, why);
     decoded_.clear();
     decoder_.Feed(data, length, decoded_);
     return upload_.Write(decoded_.data(), decoded_.size(), why);
   }
-
   void Execute(const Actions& actions) {
     for (const Action& action : actions) {
       if (closed_) return;
@@ -247,7 +300,7 @@ class Transfer : public QObject {
   bool Finish(bool ok, std::string reason) {
     if (write_) {
       if (ok) {
-        if (netascii_) {
+        if (netasciiUpload_) {
           decoded_.clear();
           decoder_.Finish(decoded_);
           ok = upload_.Write(decoded_.data(), decoded_.size(), reason);
@@ -279,28 +332,32 @@ class Transfer : public QObject {
 
   std::unique_ptr<TransferSocket> socket_;
   sockaddr_in peerAddress_{};
+  quint32 peerIp_ = 0;
   TransferParameters parameters_;
   QSocketNotifier notifier_;
   QTimer timer_;
   std::optional<ReadTransfer> read_;
   std::optional<WriteTransfer> write_;
   int fd_ = -1;
-  std::vector<std::uint8_t> memory_;
-  bool fromMemory_ = false;
-  bool netascii_ = false;
+  std::uint64_t fileSize_ = 0;
+  std::optional<NetasciiBlocks> netascii_;
+  std::vector<std::uint8_t> netasciiBlock_;
+  bool netasciiUpload_ = false;
   NetasciiDecoder decoder_;
   std::vector<std::uint8_t> decoded_;
   std::vector<std::uint8_t> cache_;
   std::uint64_t cacheOffset_ = 0;
   std::size_t cacheLength_ = 0;
-  std::vector<std::uint8_t> incoming_;
   Actions packetActions_;
   bool closed_ = false;
 };
 
-TftpServer::TftpServer(QObject* parent) : QObject(parent) {
+TftpServer::TftpServer(QObject* parent)
+    : QObject(parent), errors_(kErrorsPerAddress, kErrorsInAll) {
   qRegisterMetaType<TransferView>();
   clock_.start();
+  refusalTimer_.setSingleShot(true);
+  connect(&refusalTimer_, &QTimer::timeout, this, &TftpServer::FlushRefusals);
 }
 
 // Transfers are the server's children and go with it.
@@ -309,23 +366,42 @@ TftpServer::~TftpServer() = default;
 bool TftpServer::Start(const ServerSettings& settings, QString& error, bool& needsPrivilege) {
   Stop();
   needsPrivilege = false;
+  incoming_.resize(kDataHeaderLength + 65536);
   std::string why;
   if (!folder_.Open(settings.root.toStdString(), why)) {
     error =
         QString("Cannot serve the folder %1: %2").arg(settings.root, QString::fromStdString(why));
     return false;
   }
-  auto listener = std::make_unique<QUdpSocket>();
-  if (!listener->bind(QHostAddress::AnyIPv4, settings.port)) {
-    needsPrivilege =
-        settings.port < 1024 && listener->error() == QAbstractSocket::SocketAccessError;
-    error =
-        QString("Cannot listen on UDP port %1: %2").arg(settings.port).arg(listener->errorString());
+  // The request port is read like a transfer's: straight, in batches, from a
+  // notifier that fires again as long as anything waits.
+  auto listener = std::make_unique<TransferSocket>();
+  if (!listener->Bind(settings.port)) {
+    const int failure = errno;
+    needsPrivilege = settings.port < 1024 && (failure == EACCES || failure == EPERM);
+    error = QString("Cannot listen on UDP port %1: %2")
+                .arg(settings.port)
+                .arg(QString::fromLocal8Bit(std::strerror(failure)));
     return false;
   }
   settings_ = settings;
   listener_ = std::move(listener);
-  connect(listener_.get(), &QUdpSocket::readyRead, this, &TftpServer::OnRequests);
+  requests_ = std::make_unique<QSocketNotifier>(listener_->Descriptor(), QSocketNotifier::Read);
+  connect(requests_.get(), &QSocketNotifier::activated, this, &TftpServer::OnRequests);
+
+  // A transfer holds two descriptors: its socket and its file.
+  rlimit limit{};
+  std::size_t descriptors = 1024;
+  if (::getrlimit(RLIMIT_NOFILE, &limit) == 0)
+    descriptors = limit.rlim_cur == RLIM_INFINITY ? SIZE_MAX : limit.rlim_cur;
+  maxTransfers_ = descriptors < kSpareDescriptors + 2
+                      ? 1
+                      : std::min(kMaxTransfers, (descriptors - kSpareDescriptors) / 2);
+  if (settings_.portLow != 0)
+    maxTransfers_ =
+        std::min<std::size_t>(maxTransfers_, settings_.portHigh - settings_.portLow + 1u);
+  maxPerAddress_ = std::min(kMaxPerAddress, std::max<std::size_t>(1, maxTransfers_ / 2));
+  FindOwnAddresses();
   return true;
 }
 
@@ -334,10 +410,19 @@ void TftpServer::Stop() {
   for (auto& [id, transfer] : running) transfer->Abort("Server stopped");
   for (auto& [id, transfer] : transfers_) delete transfer;
   transfers_.clear();
+  perAddress_.clear();
+  requests_.reset();
   listener_.reset();
+  if (refusals_.Pending()) {
+    refusalTimer_.stop();
+    for (const std::string& line : refusals_.Flush(refusals_.DueMs(), AddressText))
+      emit TransferEnded(TransferView{}, QString::fromStdString(line));
+  }
+  std::vector<std::uint8_t>().swap(incoming_);
+  std::vector<std::uint8_t>().swap(firstBlock_);
 }
 
-quint16 TftpServer::Port() const { return listener_ ? listener_->localPort() : 0; }
+quint16 TftpServer::Port() const { return listener_ ? listener_->LocalPort() : 0; }
 
 std::vector<TransferView> TftpServer::RunningTransfers() const {
   std::vector<TransferView> views;
@@ -350,33 +435,80 @@ std::vector<TransferView> TftpServer::RunningTransfers() const {
   return views;
 }
 
+void TftpServer::FindOwnAddresses() {
+  ownAddresses_.clear();
+  broadcasts_.clear();
+  for (const QNetworkInterface& interface : QNetworkInterface::allInterfaces()) {
+    for (const QNetworkAddressEntry& entry : interface.addressEntries()) {
+      if (entry.ip().protocol() != QAbstractSocket::IPv4Protocol) continue;
+      ownAddresses_.insert(entry.ip().toIPv4Address());
+      if (!entry.broadcast().isNull()) broadcasts_.insert(entry.broadcast().toIPv4Address());
+    }
+  }
+}
+
+bool TftpServer::Unanswerable(quint32 address, quint16 port) const {
+  if (port == 0 || address == 0 || address == 0xffffffffu) return true;
+  if ((address >> 28) == 0xe || broadcasts_.count(address)) return true;  // multicast, broadcast
+  const bool own = (address >> 24) == 127 || ownAddresses_.count(address);
+  if (!own) return false;
+  if (port == Port()) return true;
+  return std::any_of(transfers_.begin(), transfers_.end(),
+                     [port](const auto& entry) { return entry.second->LocalPort() == port; });
+}
+
+bool TftpServer::MayAnswer(quint32 address, quint16 port) {
+  return !Unanswerable(address, port) && errors_.Allow(address, NowMs());
+}
+
 void TftpServer::OnRequests() {
-  while (listener_ && listener_->hasPendingDatagrams()) {
-    const QNetworkDatagram datagram = listener_->receiveDatagram();
-    if (!datagram.isValid()) break;
-    HandleRequest(datagram.data(), datagram.senderAddress(),
-                  static_cast<quint16>(datagram.senderPort()));
+  // A bounded batch, so that a flood of requests leaves the transfers their
+  // turn; what is left is taken on the next pass of the event loop.
+  for (int batch = 0; batch < 256 && listener_; ++batch) {
+    sockaddr_in from{};
+    const long got = listener_->Receive(incoming_.data(), incoming_.size(), from);
+    if (got < 0) return;
+    HandleRequest(incoming_.data(), static_cast<std::size_t>(got),
+                  QHostAddress(ntohl(from.sin_addr.s_addr)), ntohs(from.sin_port));
   }
 }
 
 void TftpServer::Refuse(const QHostAddress& peer, quint16 peerPort, bool write,
-                        const std::string& name, std::uint16_t code, const std::string& errorText,
+                        const std::string& name, int code, const std::string& errorText,
                         const std::string& reason) {
-  const auto error = MakeError(code, errorText);
-  listener_->writeDatagram(reinterpret_cast<const char*>(error.data()),
-                           static_cast<qint64>(error.size()), peer, peerPort);
+  const quint32 address = peer.toIPv4Address();
+  if (code != kNoAnswer && MayAnswer(address, peerPort)) {
+    const auto error = MakeError(static_cast<std::uint16_t>(code), errorText);
+    listener_->Send(Endpoint(peer, peerPort), error.data(), error.size());
+  }
+  const std::uint64_t now = NowMs();
+  if (refusals_.Pending() && now >= refusals_.DueMs()) FlushRefusals();
+  const bool ownLine = refusals_.Note(address, reason, now);
+  if (refusals_.Pending() && !refusalTimer_.isActive())
+    refusalTimer_.start(static_cast<int>(refusals_.DueMs() - std::min(now, refusals_.DueMs())));
+  if (!ownLine) return;
   TransferView view;
   view.client = ClientText(peer, peerPort);
   view.file = QString::fromStdString(PrintableName(name));
   view.write = write;
   view.over = true;
-  view.reason = QString::fromStdString(reason);
+  view.reason = QString::fromStdString(PrintableText(reason));
   TransferOutcome outcome;
   outcome.client = view.client.toStdString();
   outcome.write = write;
   outcome.fileName = name;
   outcome.reason = reason;
   emit TransferEnded(view, QString::fromStdString(OutcomeLine(outcome)));
+}
+
+void TftpServer::FlushRefusals() {
+  const std::uint64_t now = NowMs();
+  if (now < refusals_.DueMs()) {
+    refusalTimer_.start(static_cast<int>(refusals_.DueMs() - now));
+    return;
+  }
+  for (const std::string& line : refusals_.Flush(now, AddressText))
+    emit TransferEnded(TransferView{}, QString::fromStdString(line));
 }
 
 std::unique_ptr<TransferSocket> TftpServer::OpenTransferSocket() {
@@ -390,23 +522,29 @@ std::unique_ptr<TransferSocket> TftpServer::OpenTransferSocket() {
   return nullptr;
 }
 
-void TftpServer::HandleRequest(const QByteArray& datagram, const QHostAddress& peer,
-                               quint16 peerPort) {
+void TftpServer::HandleRequest(const std::uint8_t* bytes, std::size_t length,
+                               const QHostAddress& peer, quint16 peerPort) {
+  const quint32 address = peer.toIPv4Address();
+  const bool write = length >= 2 && bytes[0] == 0 && bytes[1] == 2;
+  // Nothing from this host's own ports, nor from an address that reaches
+  // many, gets a transfer or an answer: it can only be forged.
+  if (Unanswerable(address, peerPort)) {
+    Refuse(peer, peerPort, write, "", kNoAnswer, "", "ignored: forged sender");
+    return;
+  }
+  // Data, acknowledgements, errors and option acknowledgements belong to a
+  // transfer's port. Here they are never answered: an answer to another
+  // server's error would be answered in turn, without end.
+  if (length >= 2 && bytes[0] == 0 && bytes[1] >= 3 && bytes[1] <= 6) {
+    Refuse(peer, peerPort, write, "", kNoAnswer, "", "ignored: not a request");
+    return;
+  }
   Packet request;
   std::string why;
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(datagram.constData());
-  if (!ParsePacket(bytes, static_cast<std::size_t>(datagram.size()), request, why)) {
-    const bool write = datagram.size() >= 2 && bytes[0] == 0 && bytes[1] == 2;
+  if (!ParsePacket(bytes, length, request, why)) {
     Refuse(peer, peerPort, write, "", kIllegalOperation, why, why);
     return;
   }
-  if (request.opcode != Opcode::Rrq && request.opcode != Opcode::Wrq) {
-    const auto error = MakeError(kIllegalOperation, "Illegal TFTP operation");
-    listener_->writeDatagram(reinterpret_cast<const char*>(error.data()),
-                             static_cast<qint64>(error.size()), peer, peerPort);
-    return;
-  }
-  const bool write = request.opcode == Opcode::Wrq;
   const std::string& name = request.fileName;
   // A client that did not hear from its transfer yet asks again: the
   // transfer's own retransmission answers it.
@@ -423,6 +561,17 @@ void TftpServer::HandleRequest(const QByteArray& datagram, const QHostAddress& p
   std::string relative;
   if (!CheckRequestName(name, relative, why)) {
     Refuse(peer, peerPort, write, name, kAccessViolation, "Access violation", "refused: " + why);
+    return;
+  }
+  if (transfers_.size() >= maxTransfers_) {
+    Refuse(peer, peerPort, write, name, kNotDefined, "Server busy, try again later",
+           "refused: " + std::to_string(maxTransfers_) + " transfers running");
+    return;
+  }
+  const auto count = perAddress_.find(address);
+  if (count != perAddress_.end() && count->second >= maxPerAddress_) {
+    Refuse(peer, peerPort, write, name, kNotDefined, "Too many transfers from this address",
+           "refused: " + std::to_string(maxPerAddress_) + " transfers from this address");
     return;
   }
 
@@ -451,32 +600,19 @@ void TftpServer::HandleRequest(const QByteArray& datagram, const QHostAddress& p
              opened.refused ? "refused: " + opened.why : opened.why);
       return;
     }
-    std::vector<std::uint8_t> memory;
-    const bool netascii = request.mode == Mode::Netascii;
-    if (netascii && size > kNetasciiLimit) {
-      ::close(fd);
-      Refuse(peer, peerPort, write, name, kNotDefined, "File too large for netascii",
-             "too large for netascii");
-      return;
-    }
-    if (netascii) {
-      std::vector<std::uint8_t> raw;
-      if (!ReadWhole(fd, size, raw)) {
-        ::close(fd);
-        Refuse(peer, peerPort, write, name, kNotDefined, "Read error", "read error");
-        return;
-      }
-      memory = ToNetascii(raw);
-      size = memory.size();
-    }
+    // Netascii is made block by block as it goes: its size on the wire is
+    // known only at the end.
+    std::optional<std::uint64_t> wireSize;
+    if (request.mode == Mode::Octet) wireSize = size;
     auto* transfer =
-        new Transfer(this, std::move(socket), peer, peerPort, Negotiate(request, limits, size));
-    view.size = size;
+        new Transfer(this, std::move(socket), peer, peerPort, Negotiate(request, limits, wireSize));
+    view.size = wireSize.value_or(0);
     transfer->view = view;
     transfer->name = name;
     transfers_[id] = transfer;
+    ++perAddress_[address];
     emit TransferStarted(view);
-    transfer->BeginRead(fd, size, std::move(memory), netascii);
+    transfer->BeginRead(fd, wireSize);
     return;
   }
 
@@ -494,6 +630,7 @@ void TftpServer::HandleRequest(const QByteArray& datagram, const QHostAddress& p
   transfer->view = view;
   transfer->name = name;
   transfers_[id] = transfer;
+  ++perAddress_[address];
   emit TransferStarted(view);
   transfer->BeginWrite(request.mode == Mode::Netascii);
 }
@@ -504,7 +641,7 @@ void TftpServer::Ended(Transfer* transfer, bool ok, const std::string& reason) {
   view.elapsedMs = NowMs() - view.startedMs;
   view.over = true;
   view.ok = ok;
-  view.reason = QString::fromStdString(reason);
+  view.reason = QString::fromStdString(PrintableText(reason));
   TransferOutcome outcome;
   outcome.ok = ok;
   outcome.client = view.client.toStdString();
@@ -518,7 +655,10 @@ void TftpServer::Ended(Transfer* transfer, bool ok, const std::string& reason) {
 }
 
 void TftpServer::Remove(Transfer* transfer) {
-  transfers_.erase(transfer->view.id);
+  if (transfers_.erase(transfer->view.id) > 0) {
+    const auto count = perAddress_.find(transfer->PeerIp());
+    if (count != perAddress_.end() && --count->second == 0) perAddress_.erase(count);
+  }
   transfer->deleteLater();
 }
 

@@ -11,7 +11,7 @@
 #include <QSettings>
 #include <QVBoxLayout>
 
-#include "tftp/tftp_texts.h"
+#include "tftp_texts.h"
 
 namespace tftpd {
 

@@ -19,6 +19,9 @@ bool TransferSocket::Bind(std::uint16_t port) {
   address.sin_port = htons(port);
   address.sin_addr.s_addr = htonl(INADDR_ANY);
   if (::bind(fd_, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) return false;
+  socklen_t length = sizeof address;
+  if (::getsockname(fd_, reinterpret_cast<sockaddr*>(&address), &length) == 0)
+    port_ = ntohs(address.sin_port);
   // Room for a whole window of the largest blocks.
   const int size = 1 << 20;
   ::setsockopt(fd_, SOL_SOCKET, SO_SNDBUF, &size, sizeof size);

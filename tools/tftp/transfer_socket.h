@@ -18,9 +18,11 @@ class TransferSocket {
   TransferSocket& operator=(const TransferSocket&) = delete;
   ~TransferSocket();
 
-  // Binds any IPv4 address on `port` (0: one the system picks).
+  // Binds any IPv4 address on `port` (0: one the system picks); on failure
+  // errno says why.
   bool Bind(std::uint16_t port);
   int Descriptor() const { return fd_; }
+  std::uint16_t LocalPort() const { return port_; }
 
   // A datagram the kernel cannot take now counts as lost on the way.
   void Send(const sockaddr_in& to, const iovec* parts, std::size_t count);
@@ -30,6 +32,7 @@ class TransferSocket {
 
  private:
   int fd_ = -1;
+  std::uint16_t port_ = 0;
 };
 
 inline bool SameEndpoint(const sockaddr_in& a, const sockaddr_in& b) {

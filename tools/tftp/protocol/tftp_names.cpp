@@ -1,4 +1,4 @@
-#include "tftp/tftp_names.h"
+#include "tftp_names.h"
 
 #include <filesystem>
 #include <system_error>
@@ -36,6 +36,10 @@ bool CheckRequestName(const std::string& name, std::string& relative, std::strin
     why = "drive letter in the file name";
     return false;
   }
+  if (path.back() == '/') {
+    why = "name of a folder";
+    return false;
+  }
   std::size_t start = 0;
   while (start <= path.size()) {
     std::size_t end = path.find('/', start);
@@ -43,6 +47,10 @@ bool CheckRequestName(const std::string& name, std::string& relative, std::strin
     const std::string part = path.substr(start, end - start);
     if (part == "..") {
       why = "\"..\" in the file name";
+      return false;
+    }
+    if (part.compare(0, kUploadPrefix.size(), kUploadPrefix) == 0) {
+      why = "name of an upload in progress";
       return false;
     }
     if (!part.empty() && part != ".") {

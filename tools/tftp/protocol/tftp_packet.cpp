@@ -1,4 +1,4 @@
-#include "tftp/tftp_packet.h"
+#include "tftp_packet.h"
 
 #include <algorithm>
 #include <cctype>
@@ -41,6 +41,12 @@ bool SplitStrings(const std::uint8_t* bytes, std::size_t length, std::vector<std
 }
 
 bool ParseRequest(const std::uint8_t* bytes, std::size_t length, Packet& packet, std::string& why) {
+  // A request fits in 512 bytes with its opcode; a longer one is refused
+  // before anything in it is looked at.
+  if (length + 2 > kMaxRequestLength) {
+    why = "Request too long";
+    return false;
+  }
   std::vector<std::string> fields;
   if (!SplitStrings(bytes, length, fields) || fields.size() < 2) {
     why = "Malformed request";
@@ -57,8 +63,9 @@ bool ParseRequest(const std::uint8_t* bytes, std::size_t length, Packet& packet,
     return false;
   }
   // Some clients pad the request with NULs: empty names are skipped, and a
-  // name without a value is ignored.
-  for (std::size_t i = 2; i + 1 < fields.size(); i += 2) {
+  // name without a value is ignored. Past kMaxOptions names nothing is kept,
+  // which bounds the look for a repeated name.
+  for (std::size_t i = 2; i + 1 < fields.size() && packet.options.size() < kMaxOptions; i += 2) {
     std::string name = Lower(fields[i]);
     if (name.empty()) continue;
     const bool seen = std::any_of(packet.options.begin(), packet.options.end(),

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tftp/tftp_packet.h"
+#include "tftp_packet.h"
 
 namespace torvek::tftp {
 
@@ -31,9 +31,11 @@ struct TransferParameters {
 // Settles the options of a request (blksize, timeout, tsize, windowsize).
 // Unknown options and values out of range are left out of the answer, so the
 // client goes on with its defaults. `sizeToSend` is the size a read will
-// send, for tsize; uploads are acknowledged in lock-step, without a window.
+// send, for tsize (none when it is not known before the end, as in
+// netascii: then tsize is not answered); uploads are acknowledged in
+// lock-step, without a window.
 TransferParameters Negotiate(const Packet& request, const ServerLimits& limits,
-                             std::uint64_t sizeToSend);
+                             std::optional<std::uint64_t> sizeToSend);
 
 struct Action {
   enum Kind {
@@ -59,6 +61,12 @@ using Actions = std::vector<Action>;
 
 // Retransmission: a timeout measured from the round trips, backed off while
 // nothing comes back, and never longer than a negotiated timeout.
+//
+// Until the client has answered once, a transfer costs a socket and a file
+// for a client that may not exist (a forged address, or a flood of requests):
+// it is sent again at most kMaxFirstRetries times, at most kFirstContactMs
+// apart, whatever timeout the request asked for, and then given up (about
+// 7 s). Once the client has answered, kMaxRetries apply.
 class RetransmitClock {
  public:
   explicit RetransmitClock(std::uint32_t timeoutSeconds);
@@ -67,6 +75,8 @@ class RetransmitClock {
   void BackOff();
   void Reset() { backOff_ = 0; }
   static constexpr int kMaxRetries = 8;
+  static constexpr int kMaxFirstRetries = 3;
+  static constexpr std::uint32_t kFirstContactMs = 2000;
 
  private:
   std::uint32_t limitMs_;
@@ -78,31 +88,40 @@ class RetransmitClock {
 // A read: the server sends `size` bytes in blocks of the negotiated size, a
 // window at a time, and a block shorter than the size (empty if need be)
 // ends it. Block numbers roll over from 65535 to 0.
+//
+// A size not known before the end (netascii) is told with KnownSize() as soon
+// as the block that ends the file is made; until then there is no last block,
+// and blocks asked for beyond the last one once it is known are not sent.
 class ReadTransfer {
  public:
-  ReadTransfer(std::uint64_t size, const TransferParameters& parameters);
+  ReadTransfer(std::optional<std::uint64_t> size, const TransferParameters& parameters);
+  void KnownSize(std::uint64_t size);
 
   void Start(std::uint64_t nowMs, Actions& actions);
   void OnPacket(const Packet& packet, std::uint64_t nowMs, Actions& actions);
   void OnTimer(std::uint64_t nowMs, Actions& actions);
 
-  // The bytes of block `block`: where they start in the file and how many.
+  // The bytes of block `block`: where they start in the file and how many
+  // (for a size known from the start).
   std::uint64_t BlockOffset(std::uint64_t block) const;
   std::size_t BlockLength(std::uint64_t block) const;
   std::uint64_t LastBlock() const { return lastBlock_; }
+  // Whether the client has acknowledged anything yet.
+  bool Heard() const { return heard_; }
 
   std::uint64_t BytesDone() const;
-  std::uint64_t Size() const { return size_; }
   std::uint64_t Retransmissions() const { return retransmissions_; }
   bool Over() const { return over_; }
 
  private:
   void SendWindow(std::uint64_t nowMs, Actions& actions);
   void Fail(std::uint16_t code, const std::string& text, bool tellClient, Actions& actions);
+  std::uint32_t Timeout() const;
 
-  std::uint64_t size_;
+  std::optional<std::uint64_t> size_;
   TransferParameters parameters_;
   std::uint64_t lastBlock_;
+  bool heard_ = false;
   bool waitingOackAck_ = false;
   std::uint64_t acked_ = 0;     // every block up to here is acknowledged
   std::uint64_t lastSent_ = 0;  // the last block of the window in flight
@@ -130,9 +149,12 @@ class WriteTransfer {
   std::uint64_t BytesDone() const { return bytes_; }
   std::uint64_t Retransmissions() const { return retransmissions_; }
   bool Over() const { return over_; }
+  // Whether the client has sent a block yet.
+  bool Heard() const { return received_ > 0; }
 
  private:
   void Acknowledge(std::uint64_t nowMs, Actions& actions);
+  std::uint32_t Timeout() const;
   void Fail(std::uint16_t code, const std::string& text, bool tellClient, Actions& actions);
 
   TransferParameters parameters_;

@@ -1,7 +1,9 @@
-#include "tftp/tftp_transfer.h"
+#include "tftp_transfer.h"
 
 #include <algorithm>
 #include <cmath>
+
+#include "tftp_texts.h"
 
 namespace torvek::tftp {
 namespace {
@@ -60,14 +62,18 @@ void EndWith(std::uint16_t code, const std::string& text, bool tellClient, Actio
   actions.push_back(Make(Action::Close));
 }
 
+// The client's words go into the log: escaped, and no longer than a line.
 std::string ClientError(const Packet& packet) {
-  return "client ended the transfer: " + std::to_string(packet.errorCode) + " " + packet.errorText;
+  return "client ended the transfer: " + std::to_string(packet.errorCode) + " " +
+         PrintableName(packet.errorText.substr(0, 120));
 }
+
+constexpr std::uint64_t kNoLastBlock = ~std::uint64_t{0};
 
 }  // namespace
 
 TransferParameters Negotiate(const Packet& request, const ServerLimits& limits,
-                             std::uint64_t sizeToSend) {
+                             std::optional<std::uint64_t> sizeToSend) {
   TransferParameters parameters;
   const bool read = request.opcode == Opcode::Rrq;
   for (const auto& [name, text] : request.options) {
@@ -82,7 +88,7 @@ TransferParameters Negotiate(const Packet& request, const ServerLimits& limits,
       parameters.oack.emplace_back(name, text);
     } else if (name == "tsize") {
       if (read) {
-        parameters.oack.emplace_back(name, std::to_string(sizeToSend));
+        if (sizeToSend) parameters.oack.emplace_back(name, std::to_string(*sizeToSend));
       } else {
         parameters.announcedSize = *value;
         parameters.oack.emplace_back(name, std::to_string(*value));
@@ -122,21 +128,33 @@ void RetransmitClock::Sample(std::uint64_t roundTripMs) {
 
 void RetransmitClock::BackOff() { backOff_ = std::min(backOff_ + 1, 8); }
 
-ReadTransfer::ReadTransfer(std::uint64_t size, const TransferParameters& parameters)
-    : size_(size), parameters_(parameters), lastBlock_(size / parameters.blockSize + 1),
+ReadTransfer::ReadTransfer(std::optional<std::uint64_t> size, const TransferParameters& parameters)
+    : size_(size), parameters_(parameters),
+      lastBlock_(size ? *size / parameters.blockSize + 1 : kNoLastBlock),
       clock_(parameters.timeoutSeconds) {}
+
+void ReadTransfer::KnownSize(std::uint64_t size) {
+  size_ = size;
+  lastBlock_ = size / parameters_.blockSize + 1;
+  lastSent_ = std::min(lastSent_, lastBlock_);
+}
+
+std::uint32_t ReadTransfer::Timeout() const {
+  return heard_ ? clock_.Timeout() : std::min(clock_.Timeout(), RetransmitClock::kFirstContactMs);
+}
 
 std::uint64_t ReadTransfer::BlockOffset(std::uint64_t block) const {
   return (block - 1) * parameters_.blockSize;
 }
 
 std::size_t ReadTransfer::BlockLength(std::uint64_t block) const {
-  if (block < lastBlock_) return parameters_.blockSize;
-  return static_cast<std::size_t>(size_ - BlockOffset(lastBlock_));
+  if (block < lastBlock_ || !size_) return parameters_.blockSize;
+  return static_cast<std::size_t>(*size_ - BlockOffset(lastBlock_));
 }
 
 std::uint64_t ReadTransfer::BytesDone() const {
-  return std::min<std::uint64_t>(acked_ * parameters_.blockSize, size_);
+  const std::uint64_t done = acked_ * parameters_.blockSize;
+  return size_ ? std::min(done, *size_) : done;
 }
 
 void ReadTransfer::Start(std::uint64_t nowMs, Actions& actions) {
@@ -148,7 +166,7 @@ void ReadTransfer::Start(std::uint64_t nowMs, Actions& actions) {
   windowSentAt_ = nowMs;
   windowResent_ = false;
   actions.push_back(Make(Action::SendOack));
-  actions.push_back(Timer(clock_.Timeout()));
+  actions.push_back(Timer(Timeout()));
 }
 
 void ReadTransfer::SendWindow(std::uint64_t nowMs, Actions& actions) {
@@ -157,7 +175,7 @@ void ReadTransfer::SendWindow(std::uint64_t nowMs, Actions& actions) {
     actions.push_back(Data(block));
   windowSentAt_ = nowMs;
   windowResent_ = false;
-  actions.push_back(Timer(clock_.Timeout()));
+  actions.push_back(Timer(Timeout()));
 }
 
 void ReadTransfer::Fail(std::uint16_t code, const std::string& text, bool tellClient,
@@ -188,6 +206,7 @@ void ReadTransfer::OnPacket(const Packet& packet, std::uint64_t nowMs, Actions& 
     acked_ += delta;
     if (acked_ != lastSent_) windowResent_ = true;  // a partial window times nothing
   }
+  heard_ = true;
   if (!windowResent_) clock_.Sample(nowMs - windowSentAt_);
   clock_.Reset();
   retries_ = 0;
@@ -202,7 +221,7 @@ void ReadTransfer::OnPacket(const Packet& packet, std::uint64_t nowMs, Actions& 
 
 void ReadTransfer::OnTimer(std::uint64_t, Actions& actions) {
   if (over_) return;
-  if (++retries_ > RetransmitClock::kMaxRetries) {
+  if (++retries_ > (heard_ ? RetransmitClock::kMaxRetries : RetransmitClock::kMaxFirstRetries)) {
     Fail(kNotDefined, "Transfer timed out", true, actions);
     return;
   }
@@ -217,13 +236,20 @@ void ReadTransfer::OnTimer(std::uint64_t, Actions& actions) {
       ++retransmissions_;
     }
   }
-  actions.push_back(Timer(clock_.Timeout()));
+  actions.push_back(Timer(Timeout()));
 }
 
 WriteTransfer::WriteTransfer(const TransferParameters& parameters)
     : parameters_(parameters), clock_(parameters.timeoutSeconds) {}
 
-void WriteTransfer::Start(std::uint64_t nowMs, Actions& actions) { Acknowledge(nowMs, actions); }
+std::uint32_t WriteTransfer::Timeout() const {
+  return Heard() ? clock_.Timeout() : std::min(clock_.Timeout(), RetransmitClock::kFirstContactMs);
+}
+
+void WriteTransfer::Start(std::uint64_t nowMs, Actions& actions) {
+  Acknowledge(nowMs, actions);
+  actions.push_back(Timer(Timeout()));
+}
 
 void WriteTransfer::Acknowledge(std::uint64_t nowMs, Actions& actions) {
   // Before the first block, the option acknowledgement stands for block 0.
@@ -288,14 +314,14 @@ void WriteTransfer::OnTimer(std::uint64_t nowMs, Actions& actions) {
     actions.push_back(Make(Action::Close));
     return;
   }
-  if (++retries_ > RetransmitClock::kMaxRetries) {
+  if (++retries_ > (Heard() ? RetransmitClock::kMaxRetries : RetransmitClock::kMaxFirstRetries)) {
     Fail(kNotDefined, "Transfer timed out", true, actions);
     return;
   }
   clock_.BackOff();
   ++retransmissions_;
   Acknowledge(nowMs, actions);
-  actions.push_back(Timer(clock_.Timeout()));
+  actions.push_back(Timer(Timeout()));
 }
 
 void WriteTransfer::OnWriteFailed(const std::string& text, Actions& actions) {

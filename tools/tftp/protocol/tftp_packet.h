@@ -46,6 +46,11 @@ struct Packet {
   std::string errorText;
 };
 
+// The longest read or write request taken, opcode included, and the most
+// options kept from one.
+constexpr std::size_t kMaxRequestLength = 512;
+constexpr std::size_t kMaxOptions = 16;
+
 // Takes a datagram apart. On failure `why` says what was wrong, in words fit
 // for the error packet that answers it.
 bool ParsePacket(const std::uint8_t* bytes, std::size_t length, Packet& packet, std::string& why);

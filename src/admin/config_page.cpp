@@ -12,6 +12,7 @@
 #include "admin/pc_network_texts.h"
 #include "admin/set_request.h"
 #include "controls/cell_color_list.h"
+#include "controls/ip_address_ctrl.h"
 #include "core/module_record.h"
 #include "platform/platform.h"
 #include "ui_config_page.h"
@@ -38,6 +39,8 @@ CConfigPage::CConfigPage(const ConfigLinks& links, QWidget* parent)
     : QWidget(parent), links_(links), ui_(std::make_unique<Ui::ConfigPage>()) {
   ui_->setupUi(this);
   setObjectName("config_page");
+  for (CIpAddressCtrl* address : findChildren<CIpAddressCtrl*>())
+    address->SetBeeper(&links_.platform.beeper);
   connect(ui_->setButton, &QPushButton::clicked, this, &CConfigPage::OnSet);
   connect(ui_->refreshButton, &QPushButton::clicked, this, &CConfigPage::OnRefresh);
   connect(ui_->moduleRebootButton, &QPushButton::clicked, this, &CConfigPage::OnModuleReboot);

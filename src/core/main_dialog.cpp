@@ -81,7 +81,7 @@ CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
   connect(ui_->openWebBrowserButton, &QPushButton::clicked, this, &CMainDlg::OnOpenWebBrowser);
   connect(ui_->dosCommandButton, &QPushButton::clicked, this, &CMainDlg::OnDosCommand);
   connect(ui_->serialSetupButton, &QPushButton::clicked, this, &CMainDlg::OnSerialSetup);
-  connect(ui_->useLanIpCheck, &QCheckBox::clicked, this, &CMainDlg::OnUseLanIp);
+  connect(ui_->useLanIpCheck, &QCheckBox::toggled, this, &CMainDlg::OnUseLanIp);
 }
 
 CMainDlg::~CMainDlg() {

@@ -27,7 +27,7 @@ struct Run {
   double jobMs = 0;
   double nominalMs = 0;
   std::vector<double> intervalMediansMs;  // each completed module's median interval
-  double intervalP99Ms = 0;     // the worst module's 99th percentile
+  double intervalP99Ms = 0;               // the worst module's 99th percentile
   double senderCpuMs = 0;
   double worstGapMs = 0;
   int complete = 0;

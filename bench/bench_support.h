@@ -1,11 +1,13 @@
-// What the benchmarks share: medians, and a probe on the UI thread that notes
+// What the benchmarks share: medians and spreads, and a probe on the UI thread that notes
 // the longest stretch in which a 10 ms timer could not run.
 #pragma once
 
 #include <QElapsedTimer>
 #include <QTimer>
 #include <algorithm>
+#include <cstdio>
 #include <functional>
+#include <string>
 #include <vector>
 
 namespace torvek::bench {
@@ -13,6 +15,17 @@ namespace torvek::bench {
 inline double Median(std::vector<double> v) {
   std::sort(v.begin(), v.end());
   return v.empty() ? 0 : v[v.size() / 2];
+}
+
+// "min a / median b / max c" of the figures, or "no figure" when there are none:
+// an empty set is never printed as a zero.
+inline std::string Spread(std::vector<double> v, int decimals = 1, const char* unit = "ms") {
+  if (v.empty()) return "no figure";
+  std::sort(v.begin(), v.end());
+  char text[128];
+  std::snprintf(text, sizeof text, "min %.*f / median %.*f / max %.*f %s", decimals, v.front(),
+                decimals, v[v.size() / 2], decimals, v.back(), unit);
+  return text;
 }
 
 class GapProbe {

@@ -26,8 +26,8 @@ namespace {
 struct Run {
   double jobMs = 0;
   double nominalMs = 0;
-  double intervalMedianMs = 0;  // the median of the modules' medians
-  double intervalP99Ms = 0;     // the worst module's 99th percentile
+  std::vector<double> intervalMediansMs;  // each completed module's median interval
+  double intervalP99Ms = 0;               // the worst module's 99th percentile
   double senderCpuMs = 0;
   double worstGapMs = 0;
   int complete = 0;
@@ -110,13 +110,13 @@ Run OneRun(int rows, int size) {
   if (!allLogged)
     std::fprintf(stderr, "upload_bench: %lld of %d uploads logged\n",
                  static_cast<long long>(lines.size()), rows);
-  std::vector<double> medians;
+  // Intervals count only from uploads that completed: an empty set is no figure.
   for (const QString& line : lines) {
-    run.complete += FieldOf(line, "complete") == 1 ? 1 : 0;
-    medians.push_back(FieldOf(line, "interval_median_ms"));
+    if (FieldOf(line, "complete") != 1) continue;
+    ++run.complete;
+    run.intervalMediansMs.push_back(FieldOf(line, "interval_median_ms"));
     run.intervalP99Ms = std::max(run.intervalP99Ms, FieldOf(line, "interval_p99_ms"));
   }
-  run.intervalMedianMs = bench::Median(medians);
   sim.Stop();
   return run;
 }
@@ -132,32 +132,42 @@ int main(int argc, char** argv) {
   for (int i = 3; i < argc; ++i) targets << QString(argv[i]).toInt();
   if (targets.isEmpty()) targets = {1, 200};
 
-  std::printf("upload of %d bytes, %d runs each; medians over the runs\n", size, runs);
+  std::printf("upload of %d bytes, %d runs each\n", size, runs);
+  bool allComplete = true;
   for (const int rows : targets) {
-    std::vector<double> job, nominal, median, p99, cpu, gap;
-    int complete = rows;
+    std::vector<double> job, nominal, intervals, p99, cpu, gap;
+    int fewest = rows;
     for (int r = 0; r < runs; ++r) {
       const Run run = OneRun(rows, size);
       std::printf(
-          "  %3d rows run %d: job %.1f ms (nominal %.0f), interval median %.3f ms p99 "
-          "%.3f ms, sender CPU %.1f ms, UI gap %.0f ms, %d of %d complete\n",
-          rows, r + 1, run.jobMs, run.nominalMs, run.intervalMedianMs, run.intervalP99Ms,
-          run.senderCpuMs, run.worstGapMs, run.complete, rows);
+          "  %3d rows run %d: job %.1f ms (nominal %.0f), %d of %d complete, module "
+          "median intervals %s, p99 %.3f ms, sender CPU %.1f ms, UI gap %.0f ms\n",
+          rows, r + 1, run.jobMs, run.nominalMs, run.complete, rows,
+          bench::Spread(run.intervalMediansMs, 3).c_str(), run.intervalP99Ms, run.senderCpuMs,
+          run.worstGapMs);
       job.push_back(run.jobMs);
       nominal.push_back(run.nominalMs);
-      median.push_back(run.intervalMedianMs);
-      p99.push_back(run.intervalP99Ms);
+      intervals.insert(intervals.end(), run.intervalMediansMs.begin(), run.intervalMediansMs.end());
+      if (run.complete > 0) p99.push_back(run.intervalP99Ms);
       cpu.push_back(run.senderCpuMs);
       gap.push_back(run.worstGapMs);
-      complete = std::min(complete, run.complete);
+      fewest = std::min(fewest, run.complete);
     }
-    const double j = bench::Median(job), n = bench::Median(nominal);
+    const double n = bench::Median(nominal);
     std::printf(
-        "%3d rows: job %.1f ms vs nominal %.0f ms (%+.2f %%), interval median %.3f ms, "
-        "p99 %.3f ms, sender CPU %.1f ms, UI largest gap %.0f ms, fewest complete %d\n",
-        rows, j, n, 100.0 * (j - n) / n, bench::Median(median), bench::Median(p99),
-        bench::Median(cpu), bench::Median(gap), complete);
+        "%3d rows: job %s (nominal %.0f ms), module median intervals %s, worst p99 %s, "
+        "sender CPU %s, UI largest gap %s, fewest complete %d of %d\n",
+        rows, bench::Spread(job).c_str(), n, bench::Spread(intervals, 3).c_str(),
+        bench::Spread(p99, 3).c_str(), bench::Spread(cpu).c_str(), bench::Spread(gap, 0).c_str(),
+        fewest, rows);
+    if (fewest < rows) {
+      std::printf(
+          "%3d rows: INCOMPLETE: a run completed %d of %d modules; its figures do not "
+          "describe a full upload\n",
+          rows, fewest, rows);
+      allComplete = false;
+    }
     std::fflush(stdout);
   }
-  return 0;
+  return allComplete ? 0 : 1;
 }

@@ -11,6 +11,7 @@
 #include "admin/operation_dialogs.h"
 #include "admin/pc_network_texts.h"
 #include "admin/set_request.h"
+#include "controls/ip_address_ctrl.h"
 #include "core/management_link.h"
 #include "core/module_directory.h"
 #include "core/module_record.h"
@@ -39,6 +40,8 @@ CConfigPage::CConfigPage(const ConfigLinks& links, QWidget* parent)
     : QWidget(parent), links_(links), ui_(std::make_unique<Ui::ConfigPage>()) {
   ui_->setupUi(this);
   setObjectName("config_page");
+  for (CIpAddressCtrl* address : findChildren<CIpAddressCtrl*>())
+    address->SetBeeper(&links_.platform.beeper);
   connect(ui_->setButton, &QPushButton::clicked, this, &CConfigPage::OnSet);
   connect(ui_->refreshButton, &QPushButton::clicked, this, &CConfigPage::OnRefresh);
   connect(ui_->moduleRebootButton, &QPushButton::clicked, this, &CConfigPage::OnModuleReboot);

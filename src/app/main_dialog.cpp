@@ -66,7 +66,7 @@ CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
   connect(moduleList_, &QAbstractItemView::clicked, this,
           [this](const QModelIndex& index) { SelectRow(index.row()); });
   connect(ui_->tabControl, &QTabWidget::currentChanged, this, &CMainDlg::ShowTab);
-  connect(ui_->useLanIpCheck, &QCheckBox::clicked, this, &CMainDlg::OnUseLanIp);
+  connect(ui_->useLanIpCheck, &QCheckBox::toggled, this, &CMainDlg::OnUseLanIp);
   const std::pair<QAbstractButton*, void (CMainDlg::*)()> buttons[] = {
       {ui_->findDevicesButton, &CMainDlg::OnFindDevices},
       {ui_->pingTestButton, &CMainDlg::OnPingTest},

@@ -1,5 +1,12 @@
 // A four-field IPv4 address edit. It gives and takes a 32-bit value with the
 // first dotted field on top, and shows dotted text.
+//
+// Typing follows the desktop's address control: a full field (three digits)
+// or "." moves on to the next field, selected; a "." right after such a move
+// stays put; a value over 255 becomes 255 with a beep; Backspace in an empty
+// field goes back to the end of the one before; pasting a dotted address
+// fills the fields; a click anywhere in the control, dots included, focuses
+// the nearest field.
 #pragma once
 
 #include <QFrame>
@@ -7,9 +14,12 @@
 #include <array>
 #include <cstdint>
 
+class QKeyEvent;
 class QLineEdit;
 
 namespace torvek {
+
+class Beeper;
 
 class CIpAddressCtrl : public QFrame {
   Q_OBJECT
@@ -23,15 +33,26 @@ class CIpAddressCtrl : public QFrame {
   void SetText(const QString& dotted);
   QString Text() const;
   QLineEdit* Field(int i) const { return fields_[static_cast<std::size_t>(i)]; }
+  // The beep of a refused or corrected entry; the system's beep until set.
+  void SetBeeper(Beeper* beeper) { beeper_ = beeper; }
 
  protected:
-  // Dot and comma move to the next field; Backspace, Left and Right cross
-  // field edges.
   bool eventFilter(QObject* watched, QEvent* event) override;
+  void mousePressEvent(QMouseEvent* event) override;
+  bool event(QEvent* event) override;
 
  private:
+  bool OnFieldKey(int index, const QKeyEvent& key);
+  void OnFieldEdited(int index);
+  // Text from the clipboard or a drop, at field `index`: a dotted address
+  // fills fields from there (all four when it has four parts), plain digits
+  // go into the field as typed.
+  void PasteText(int index, const QString& text);
   void MoveTo(int index, bool selectAll);
+  void Beep();
+  void NameFields();
   std::array<QLineEdit*, 4> fields_{};
+  Beeper* beeper_ = nullptr;
 };
 
 }  // namespace torvek

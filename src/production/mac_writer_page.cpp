@@ -1,5 +1,7 @@
 #include "production/mac_writer_page.h"
 
+#include <QSignalBlocker>
+
 #include <QKeyEvent>
 
 #include "controls/status_label.h"
@@ -34,8 +36,16 @@ CMacWriterPage::CMacWriterPage(MacWriterLinks links, QWidget* parent)
   connect(session_.get(), &MacWriterSession::ReportStatus, this, &CMacWriterPage::ReportStatus);
 
   connect(ui_->macWriteButton, &QPushButton::clicked, this, &CMacWriterPage::OnMacWrite);
-  connect(ui_->barcodeModeRadio, &QRadioButton::clicked, this, &CMacWriterPage::OnBarcodeMode);
-  connect(ui_->manualModeRadio, &QRadioButton::clicked, this, &CMacWriterPage::OnManualMode);
+  // The mode follows the checked state, however it was set (a click, the
+  // keyboard, an accessible action), and a click on the checked mode still
+  // counts as choosing it.
+  for (auto [radio, choose] : {std::pair{ui_->barcodeModeRadio, &CMacWriterPage::OnBarcodeMode},
+                               std::pair{ui_->manualModeRadio, &CMacWriterPage::OnManualMode}}) {
+    connect(radio, &QRadioButton::clicked, this, choose);
+    connect(radio, &QRadioButton::toggled, this, [this, choose](bool checked) {
+      if (checked) (this->*choose)();
+    });
+  }
   connect(ui_->macSetupButton, &QPushButton::clicked, this, &CMacWriterPage::OnMacSetup);
   connect(ui_->logViewerButton, &QPushButton::clicked, this, &CMacWriterPage::OnLogViewer);
   connect(ui_->makeLabelButton, &QPushButton::clicked, this, &CMacWriterPage::OnMakeLabel);
@@ -57,7 +67,12 @@ CMacWriterPage::~CMacWriterPage() = default;
 CStatusLabel& CMacWriterPage::statusLabel() { return *ui_->statusLabel; }
 
 void CMacWriterPage::OnInitDialog() {
-  ui_->manualModeRadio->setChecked(true);
+  {
+    // Checked without the mode's reaction: the boxes stay enabled until the
+    // operator chooses a mode.
+    const QSignalBlocker quiet(ui_->manualModeRadio);
+    ui_->manualModeRadio->setChecked(true);
+  }
   writeMode = kManualMode;
   session_->LoadMacData();
   RefreshMacBytes();

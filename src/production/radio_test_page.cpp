@@ -14,7 +14,11 @@ CRadioTestPage::CRadioTestPage(Prompter& prompter, QWidget* parent)
   setObjectName("radio_test_page");
   for (QRadioButton* radio : findChildren<QRadioButton*>()) {
     const int id = radio->property("controlId").toInt();
+    // A click on the checked choice shows it again, as any way of checking one does.
     connect(radio, &QRadioButton::clicked, this, [this, id] { SelectRadioTest(id); });
+    connect(radio, &QRadioButton::toggled, this, [this, id](bool checked) {
+      if (checked) SelectRadioTest(id);
+    });
   }
   connect(ui_->startTestButton, &QPushButton::clicked, this, &CRadioTestPage::OnStartTest);
   SelectRadioTest(kFirstRadioChoice);

@@ -3,9 +3,13 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QStyle>
 #include <QTabBar>
 #include <QTabWidget>
 #include <QToolButton>
@@ -15,6 +19,8 @@
 #include "admin/operation_dialogs.h"
 #include "app/main_dialog.h"
 #include "controls/cell_table.h"
+#include "controls/ip_address_ctrl.h"
+#include "controls/status_label.h"
 #include "platform/template_font.h"
 #include "production/jig_page.h"
 #include "production/mac_setup_dialog.h"
@@ -23,7 +29,9 @@
 #include "scripted_prompter.h"
 #include "terminals/console_page.h"
 #include "terminals/network_page.h"
+#include "terminals/serial_line.h"
 #include "terminals/serial_setup_dialog.h"
+#include "upgrade/upgrader_page.h"
 
 using namespace torvek;
 
@@ -36,9 +44,43 @@ QStringList Clipped(QWidget& root) {
     if (!text.isEmpty() && needed > given)
       out << QString("%1: %2 (%3 > %4)").arg(w->objectName(), text).arg(needed).arg(given);
   };
+  // A control that lies over a label's text hides it as surely as a short label.
+  const auto covered = [&out](QLabel* label, const QSize& needed) {
+    QWidget* parent = label->parentWidget();
+    const QRect text =
+        QStyle::alignedRect(Qt::LeftToRight, label->alignment(), needed, label->contentsRect())
+            .translated(label->pos());
+    for (QWidget* sibling : parent->findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+      const bool control = qobject_cast<QAbstractButton*>(sibling) ||
+                           qobject_cast<QComboBox*>(sibling) || qobject_cast<QLineEdit*>(sibling);
+      if (control && sibling->isVisibleTo(parent) && sibling->width() > 2 &&
+          sibling->geometry().intersects(text))
+        out << QString("%1: %2 under %3")
+                   .arg(label->objectName(), label->text(), sibling->objectName());
+    }
+  };
   for (QLabel* label : root.findChildren<QLabel*>()) {
-    if (label->wordWrap() || !label->isVisibleTo(&root)) continue;
+    if (!label->isVisibleTo(&root)) continue;
     const QString text = label->text();
+    // The dots of an address control sit in its own layout.
+    if (!text.isEmpty() && !qobject_cast<CIpAddressCtrl*>(label->parentWidget())) {
+      const QRect box = label->contentsRect();
+      const int flags =
+          label->wordWrap() || qobject_cast<CStatusLabel*>(label) ? Qt::TextWordWrap : 0;
+      covered(label, label->fontMetrics()
+                         .boundingRect(QRect(0, 0, box.width(), 10000), flags, text)
+                         .size()
+                         .boundedTo(box.size()));
+    }
+    // A self-drawing status label wraps its text as a wrapped label does.
+    if (label->wordWrap() || qobject_cast<CStatusLabel*>(label)) {
+      const QRect box = label->contentsRect();
+      const QRect needed = label->fontMetrics().boundingRect(QRect(0, 0, box.width(), 10000),
+                                                             Qt::TextWordWrap, text);
+      check(label, text, needed.width(), box.width());
+      check(label, text + " (height)", needed.height(), box.height());
+      continue;
+    }
     check(label, text, label->fontMetrics().horizontalAdvance(text), label->contentsRect().width());
   }
   for (QAbstractButton* button : root.findChildren<QAbstractButton*>()) {
@@ -96,6 +138,84 @@ class TemplateFitTest : public QObject, test::OfflinePlatform {
       for (const QString& text : Clipped(*w))
         clipped << w->metaObject()->className() + QString(": ") + text;
     }
+    QVERIFY2(clipped.isEmpty(), qPrintable(clipped.join("\n")));
+  }
+
+  // Every label that shows a value keeps the longest text it can be given
+  // whole, at the template's size. With TORVEK_SHOT_DIR set, each page and
+  // dialog is also saved there as a picture to look at.
+  void valueLabelsKeepTheirLongestTextsWhole() {
+    CMainDlg main(platform);
+    CConfigPage config(main.ConfigPageLinks());
+    CMacWriterPage macWriter(
+        {platform, dir.path() + "/", main.link().pcMac, main.modules(), main.link()});
+    macWriter.OnInitDialog();
+    ModuleDirectory noModules;
+    JigSession jigSession({platform, noModules, main.link()});
+    CJigPage jig(jigSession);
+    struct Host : ConsoleHost {
+      bool LoadCommandList(const QString&) override { return true; }
+      int NextCommandRow(int& count, int& row) override { return count = row = 0; }
+      void PostSerialSwitch(int) override {}
+    } host;
+    StartUpValues program;
+    SerialLine line{platform, program};
+    CUpgraderPage upgrader{{platform, line, program, host}};
+    // A COM link beside the program shows its own path, the longest a device gets.
+    const QString longDir = dir.path() + "/home/operator/.local/share/Torvek/";
+    QDir().mkpath(longDir);
+    QFile::link("/dev/ttyUSB0", longDir + "COM1");
+    CSerialSetupDlg serialSetup(SerialConfig{}, longDir);
+
+    const QString mac = "00-0E-E3-FF-FF-FF";
+    const QString address = "255.255.255.255";
+    const QList<std::pair<QWidget*, QList<std::pair<const char*, QString>>>> values = {
+        {&config,
+         {{"operationStatus", "Error : config file size error, try again"},
+          {"operationFile", "Company Logo File"},
+          {"moduleMac", mac},
+          {"wanMac", mac},
+          {"pcIpLabel", address},
+          {"pcMaskLabel", address},
+          {"pcGatewayLabel", address},
+          {"pcMacLabel", mac}}},
+        {&macWriter,
+         {{"statusLabel", "IP can not be changed because DHCP Server enable status"},
+          {"companyIdLabel", "FF-FF-FF"},
+          {"macIdLabel", "FF-FF-FF"},
+          {"writtenMacLabel", "0050abcdef01"},
+          {"writtenSerialLabel", "SN12345678901"},
+          {"currentWifiMacLabel", mac}}},
+        {&jig,
+         {{"reportPathLabel", "/home/operator/.local/share/Torvek/halvorn_3g_test.txt"},
+          {"usbResult", "usb Fail"},
+          {"port5Result", "port5 GOOD"},
+          {"serial2Result", "Serial Port #2 Fail"}}},
+        {&upgrader,
+         {{"hostIpLabel", address},
+          {"moduleIpLabel", address},
+          {"statusLabel", "In Process : ----------> Waitint...-"},
+          {"webPageRow", "Flash writing is well done."}}},
+        {&serialSetup, {}},
+    };
+    QStringList clipped;
+    const QString shots = qEnvironmentVariable("TORVEK_SHOT_DIR");
+    for (const auto& [root, texts] : values) {
+      for (const auto& [name, text] : texts) {
+        auto* label = root->findChild<QLabel*>(name);
+        QVERIFY2(label, name);
+        label->setText(text);
+      }
+      // The Mac Writer's status also as a write ends.
+      root->ensurePolished();
+      for (const QString& text : Clipped(*root))
+        clipped << root->metaObject()->className() + QString(": ") + text;
+      if (!shots.isEmpty())
+        root->grab().save(shots + "/" + root->metaObject()->className() + ".png");
+    }
+    auto* status = macWriter.findChild<CStatusLabel*>("statusLabel");
+    status->setText("Success Mac Writing (system is rebooting)");
+    for (const QString& text : Clipped(macWriter)) clipped << QString("CMacWriterPage: ") + text;
     QVERIFY2(clipped.isEmpty(), qPrintable(clipped.join("\n")));
   }
 

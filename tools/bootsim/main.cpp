@@ -19,6 +19,34 @@ void Usage(std::FILE* out = stderr) {
                "         [--fail-transfer FILE]\n");
 }
 
+void Help() {
+  Usage(stdout);
+  std::printf(
+      "\n"
+      "A virtual boot loader of an ORB730 (RedBoot) or ORB740 (U-Boot) at the far end of a\n"
+      "serial line, for trying the Console and the Upgrader without a module.\n"
+      "\n"
+      "  --tty PATH            the line: one end of a pseudo-terminal pair, e.g. made by\n"
+      "                        socat pty,raw,echo=0,link=/tmp/a pty,raw,echo=0,link=/tmp/b\n"
+      "                        (Torvek opens the other end as its COMn)\n"
+      "  --dir DIR             where each flash write is kept, as DIR/<flash address>.bin,\n"
+      "                        with a line and its CRC-32 in DIR/report.txt; every command\n"
+      "                        read goes to DIR/commands.txt\n"
+      "  --loader redboot|uboot  which boot loader to play (default redboot)\n"
+      "  --tftp-port N         the port of the TFTP server that images are loaded from,\n"
+      "                        at the server address the loader is given (default 69)\n"
+      "  --slow MS             wait MS milliseconds before every answer\n"
+      "  --silent-at WORD      answer nothing from the first command that starts with\n"
+      "                        WORD on; \"break-in\" never answers the break-in keys, as a\n"
+      "                        module that does not stop in its loader\n"
+      "  --split               send each prompt and question in two writes\n"
+      "  --fail-transfer FILE  the transfer of FILE fails: the server is asked for a name\n"
+      "                        it does not have\n"
+      "  --version             the version\n"
+      "\n"
+      "It ends when the line closes.\n");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -27,7 +55,7 @@ int main(int argc, char** argv) {
     const std::string arg = argv[i];
     const bool hasValue = i + 1 < argc;
     if (arg == "--help" || arg == "-h") {
-      Usage(stdout);
+      Help();
       return 0;
     } else if (arg == "--version") {
       std::printf("torvek-bootsim %s\n", TORVEK_VERSION);

@@ -23,6 +23,13 @@ constexpr auto kNoBufferPause = 1ms;
 constexpr auto kSendSlice = 20ms;
 constexpr std::size_t kDrainLimit = 256;
 constexpr int kSocketBuffer = 4 << 20;
+// Uploads to hundreds of modules at once arrive at thousands of datagrams a
+// second; a busy machine can leave this process off the CPU for a good part
+// of a second, and the socket must hold what comes meanwhile.
+constexpr int kReceiveBuffer = 32 << 20;
+// Datagrams taken from the kernel per call.
+constexpr std::size_t kReceiveBatch = 64;
+constexpr std::size_t kReceiveSize = 4096;
 
 std::string AddressText(const sockaddr_in& address) {
   char text[INET_ADDRSTRLEN] = {};
@@ -90,7 +97,8 @@ void PrepareMessage(msghdr& header, sockaddr_in* to, iovec* iov, SourceControl& 
 }  // namespace
 
 SimServer::SimServer(const SimOptions& options, std::vector<VirtualModule> modules)
-    : options_(options), modules_(std::move(modules)), receiveBuffer_(65536), sendBuffers_(kBatch),
+    : options_(options), modules_(std::move(modules)), receiveBuffer_(kReceiveBatch * kReceiveSize),
+      sendBuffers_(kBatch),
       files_(options_.files, modules_,
              [this](const VirtualModule& module, const sockaddr_in& to, const std::uint8_t* bytes,
                     std::size_t length) {
@@ -141,8 +149,18 @@ bool SimServer::Open(std::string& error) {
   // Tells each datagram's destination, for the log.
   setsockopt(fd_, IPPROTO_IP, IP_PKTINFO, &on, sizeof on);
   // Best effort: the kernel caps both at its own limits.
-  setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &kSocketBuffer, sizeof kSocketBuffer);
+  // Beyond the system's cap where the lab's privilege allows it.
+  if (setsockopt(fd_, SOL_SOCKET, SO_RCVBUFFORCE, &kReceiveBuffer, sizeof kReceiveBuffer) != 0)
+    setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &kReceiveBuffer, sizeof kReceiveBuffer);
   setsockopt(fd_, SOL_SOCKET, SO_SNDBUF, &kSocketBuffer, sizeof kSocketBuffer);
+  int granted = 0;
+  socklen_t grantedSize = sizeof granted;
+  getsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &granted, &grantedSize);
+  if (granted < kReceiveBuffer && !options_.quiet)
+    std::fprintf(stderr,
+                 "modsim: receive buffer %d KiB of %d KiB asked (net.core.rmem_max); uploads to "
+                 "many modules may lose datagrams\n",
+                 granted / 1024, kReceiveBuffer / 1024);
   sockaddr_in any{};
   any.sin_family = AF_INET;
   any.sin_port = htons(kCommandPort);
@@ -244,18 +262,24 @@ int SimServer::Run(const volatile std::sig_atomic_t& stop) {
 }
 
 void SimServer::DrainSocket() {
-  for (std::size_t i = 0; i < kDrainLimit; ++i) {
-    Datagram datagram;
-    iovec iov{receiveBuffer_.data(), receiveBuffer_.size()};
-    msghdr message{};
-    message.msg_name = &datagram.from;
-    message.msg_namelen = sizeof datagram.from;
-    message.msg_iov = &iov;
-    message.msg_iovlen = 1;
-    SourceControl control{};
-    message.msg_control = control.bytes;
-    message.msg_controllen = sizeof control.bytes;
-    const ssize_t n = recvmsg(fd_, &message, MSG_DONTWAIT);
+  // Batches of datagrams per call; each is handled in arrival order.
+  std::array<mmsghdr, kReceiveBatch> headers{};
+  std::array<iovec, kReceiveBatch> iovs{};
+  std::array<SourceControl, kReceiveBatch> controls{};
+  std::array<sockaddr_in, kReceiveBatch> from{};
+  for (std::size_t taken = 0; taken < kDrainLimit;) {
+    for (std::size_t i = 0; i < kReceiveBatch; ++i) {
+      iovs[i] = {receiveBuffer_.data() + i * kReceiveSize, kReceiveSize};
+      msghdr& message = headers[i].msg_hdr;
+      message = {};
+      message.msg_name = &from[i];
+      message.msg_namelen = sizeof from[i];
+      message.msg_iov = &iovs[i];
+      message.msg_iovlen = 1;
+      message.msg_control = controls[i].bytes;
+      message.msg_controllen = sizeof controls[i].bytes;
+    }
+    const int n = recvmmsg(fd_, headers.data(), kReceiveBatch, MSG_DONTWAIT, nullptr);
     if (n < 0) {
       if (errno == EINTR) continue;
       if (errno != EAGAIN && errno != EWOULDBLOCK) {
@@ -263,18 +287,27 @@ void SimServer::DrainSocket() {
       }
       return;
     }
-    for (cmsghdr* c = CMSG_FIRSTHDR(&message); c != nullptr; c = CMSG_NXTHDR(&message, c)) {
-      if (c->cmsg_level == IPPROTO_IP && c->cmsg_type == IP_PKTINFO) {
-        in_pktinfo info{};
-        std::memcpy(&info, CMSG_DATA(c), sizeof info);
-        datagram.to = info.ipi_addr;
+    const auto arrived = Clock::now();
+    for (int k = 0; k < n; ++k) {
+      const auto i = static_cast<std::size_t>(k);
+      msghdr& message = headers[i].msg_hdr;
+      Datagram datagram;
+      datagram.from = from[i];
+      for (cmsghdr* c = CMSG_FIRSTHDR(&message); c != nullptr; c = CMSG_NXTHDR(&message, c)) {
+        if (c->cmsg_level == IPPROTO_IP && c->cmsg_type == IP_PKTINFO) {
+          in_pktinfo info{};
+          std::memcpy(&info, CMSG_DATA(c), sizeof info);
+          datagram.to = info.ipi_addr;
+        }
       }
+      datagram.bytes = static_cast<const std::uint8_t*>(iovs[i].iov_base);
+      datagram.length = headers[i].msg_len;
+      datagram.arrived = arrived;
+      LogDatagram(datagram);
+      Dispatch(datagram);
     }
-    datagram.bytes = receiveBuffer_.data();
-    datagram.length = static_cast<std::size_t>(n);
-    datagram.arrived = Clock::now();
-    LogDatagram(datagram);
-    Dispatch(datagram);
+    taken += static_cast<std::size_t>(n);
+    if (static_cast<std::size_t>(n) < kReceiveBatch) return;
   }
 }
 

@@ -218,7 +218,7 @@ void CConfigPage::OnGetConfiguration() {
                             DialogFilter(kind->filter));
   if (path.isEmpty()) return;
   ui_->operationFile->setText(path);
-  links_.download.Begin(path);
+  links_.download.Begin(path, DownloadLimit(kind->request));
   SendModuleCommand(kind->request, false, kNoParameter);
 }
 

@@ -1,5 +1,7 @@
 #include "admin/download_store.h"
 
+#include "admin/image_check.h"
+
 #include <algorithm>
 #include <array>
 
@@ -51,7 +53,20 @@ StoreStep TakeDataAnswer(DownloadState& state, const std::uint8_t* frame, std::s
   step.active = true;
   step.answer = ReadDataAnswer(frame, length);
   step.write = state.Take(step.answer.seq);
+  if (step.write) {
+    step.answer.dataLength = state.Room(step.answer.dataLength);
+    if (step.answer.dataLength == 0) step.answer.data = nullptr;
+  }
   return step;
+}
+
+std::uint64_t DownloadLimit(std::uint8_t request) {
+  constexpr std::uint64_t kBlock = frame::kBlockPayload;
+  switch (request) {
+    case frame::kCmdGetConfig: return kConfigDownloadSize + kBlock;
+    case frame::kCmdGetLogo: return kLogoImageLimit + kBlock;
+    default: return 1u << 20;
+  }
 }
 
 std::uint32_t NextCellColor(std::uint32_t current, int result) {

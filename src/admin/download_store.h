@@ -30,6 +30,13 @@ inline constexpr std::uint32_t kCellBlinkOn = 0xC8C800;
 inline constexpr std::uint32_t kCellBlinkOff = 0xC8C8C8;
 inline constexpr std::uintmax_t kConfigDownloadSize = 65536;
 
+// What a download of a kind may store at most: its largest file and one
+// block more, so that a file that is too long still shows as too long.
+// Answers from anyone while a download runs are stored; without a bound a
+// stranger's flood would fill the disk. The system log has no size of its
+// own: a module's log area is far below 1 MiB.
+std::uint64_t DownloadLimit(std::uint8_t request);
+
 // The fields of one data answer. data points into the datagram; dataLength
 // is what of it may be stored: never past the bytes that arrived, never more
 // than one block's payload.
@@ -50,9 +57,11 @@ DataAnswer ReadDataAnswer(const std::uint8_t* frame, std::size_t length);
 // seq, then every one whose seq differs from the one before.
 class DownloadState {
  public:
-  void Begin() {
+  void Begin(std::uint64_t limit = UINT64_MAX) {
     active_ = true;
     lastSeq_ = -1;
+    stored_ = 0;
+    limit_ = limit;
   }
   void End() { active_ = false; }
   bool Active() const { return active_; }
@@ -63,14 +72,24 @@ class DownloadState {
     return true;
   }
   std::int32_t LastSeq() const { return lastSeq_; }
+  // How much of `length` bytes still fits under the bound; counts them.
+  std::size_t Room(std::size_t length) {
+    const std::uint64_t room = limit_ - stored_;
+    const std::size_t taken = room < length ? static_cast<std::size_t>(room) : length;
+    stored_ += taken;
+    return taken;
+  }
 
  private:
   bool active_ = false;
   std::int32_t lastSeq_ = -1;
+  std::uint64_t stored_ = 0;
+  std::uint64_t limit_ = UINT64_MAX;
 };
 
 // What one datagram does to a download: nothing unless one runs; a repeat of
-// the seq before is not written again.
+// the seq before is not written again, and nothing past the download's bound
+// (answer.dataLength is cut to what may still be written).
 struct StoreStep {
   bool active = false;
   bool write = false;

@@ -24,11 +24,11 @@ FileDownload::FileDownload(Platform& platform, ModuleDirectory& modules, Managem
   connect(&link, &ManagementLink::logBlock, this, &FileDownload::OnLogAnswer);
 }
 
-void FileDownload::Begin(const QString& path) {
+void FileDownload::Begin(const QString& path, std::uint64_t limit) {
   downloadPath = path;
   // Everything is appended: a second Get into the same file starts afresh.
   QFile::remove(path);
-  state_.Begin();
+  state_.Begin(limit);
 }
 
 int FileDownload::StoreDownloadFrame(const QByteArray& answerBytes, const QString& path,

@@ -23,8 +23,9 @@ class FileDownload : public QObject {
   FileDownload(Platform& platform, ModuleDirectory& modules, ManagementLink& link,
                QObject* parent = nullptr);
 
-  // Empties the file at path and takes the answers from now on.
-  void Begin(const QString& path);
+  // Empties the file at path and takes the answers from now on, up to
+  // `limit` bytes of data.
+  void Begin(const QString& path, std::uint64_t limit = UINT64_MAX);
   bool Active() const { return state_.Active(); }
 
   // Appends an answer to path, opened in mode; gives its result, or 0 when no

@@ -40,7 +40,8 @@ CMainDlg::CMainDlg(Platform& platform, QWidget* parent)
     prompter.Message(text, title);
   };
   connect(&link_, &ManagementLink::tell, this, box);
-  connect(&link_, &ManagementLink::refusal, this, [box](const QString& text) { box(text, {}); });
+  connect(&link_, &ManagementLink::refusal, this,
+          [this](const QString& text) { networkBoxes_.Show(text); });
   commands_ = std::make_unique<CommandListPanel>(
       *commandList_, [this](const QString& command) { consolePage->SetInputText(command); },
       [this] { OnCommandListClick(); });

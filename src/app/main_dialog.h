@@ -15,10 +15,12 @@
 #include "admin/file_upload.h"
 #include "app/command_list_panel.h"
 #include "app/module_shortcuts.h"
+#include "core/daily_log.h"
 #include "core/management_link.h"
 #include "core/module_directory.h"
 #include "core/start_up_values.h"
 #include "platform/platform.h"
+#include "platform/queued_boxes.h"
 #include "terminals/console_host.h"
 #include "terminals/serial_line.h"
 
@@ -137,6 +139,10 @@ class CMainDlg : public QDialog, public ConsoleHost {
   // The services come before the pages and go after them.
   ModuleDirectory modules_;
   ManagementLink link_{modules_};
+  // The boxes the modules' answers ask for, one at a time.
+  QueuedBoxes networkBoxes_{platform_.prompter, [this](const QString& line) {
+                              AppendConsoleLog(startUp.dailyLogPath, line + "\n");
+                            }};
   CCellColorList* moduleList_ = nullptr;
   CCellColorList* commandList_ = nullptr;
   std::unique_ptr<CommandListPanel> commands_;

@@ -146,6 +146,7 @@ void CNotifySocket::ReportError(int code) {
 }
 
 void CNotifySocket::Drain() {
+  drainPosted_ = false;
   if (!udp_) return;
   if (udp_->ReceivedWithin(kQuietUs)) {
     if (!holdingBack_.isValid()) holdingBack_.start();
@@ -165,9 +166,18 @@ void CNotifySocket::Drain() {
     // loop drains further datagrams into the same receive buffer.
     ReceivedDatagram& datagram = handled_.emplace_back(std::move(pending_.front()));
     pending_.pop_front();
+    // Should the owner open a box for this one, the rest are handled in its
+    // loop rather than behind it.
+    if (!pending_.empty() && !drainPosted_) {
+      drainPosted_ = true;
+      QMetaObject::invokeMethod(this, &CNotifySocket::Drain, Qt::QueuedConnection);
+    }
     OnReceive(datagram);  // does not touch the datagram after notifying
     if (slice.elapsed() >= kSliceMs) {
-      QMetaObject::invokeMethod(this, &CNotifySocket::Drain, Qt::QueuedConnection);
+      if (!drainPosted_) {
+        drainPosted_ = true;
+        QMetaObject::invokeMethod(this, &CNotifySocket::Drain, Qt::QueuedConnection);
+      }
       break;
     }
   }

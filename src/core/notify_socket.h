@@ -112,6 +112,8 @@ class CNotifySocket : public QObject {
   // where the outer one stopped.
   std::deque<ReceivedDatagram> pending_;
   std::vector<ReceivedDatagram> handled_;
+  // A drain is posted and has not run yet.
+  bool drainPosted_ = false;
   QTimer holdBackTimer_;
   QElapsedTimer holdingBack_;
 };

@@ -23,8 +23,10 @@ constexpr std::size_t kBatch = 64;
 // Far beyond any burst, but a flood cannot eat the PC.
 constexpr std::size_t kQueueLimit = 100000;
 // Holds about 6,800 module records waiting for the UI thread; beyond that a
-// datagram gets memory of its own.
+// datagram gets memory of its own, up to this much in all. A flood of large
+// datagrams costs at most the two, not the 100,000 of the queue's count.
 constexpr std::size_t kRingBytes = 8u << 20;
+constexpr std::uint64_t kSpillBytes = 32u << 20;
 
 // A burst of answers fills the kernel's buffer in a few milliseconds; the
 // reader must get a core the moment it wakes, even while the UI thread is busy
@@ -126,6 +128,7 @@ void UdpSocket::Close() {
   std::lock_guard lock(mutex_);
   queue_.clear();
   ring_.reset();
+  spillBytes_ = 0;
 }
 
 std::size_t UdpSocket::TakeAll(std::deque<ReceivedDatagram>& out) {
@@ -141,12 +144,16 @@ std::size_t UdpSocket::TakeAll(std::deque<ReceivedDatagram>& out) {
 }
 
 void UdpSocket::Recycle(std::vector<ReceivedDatagram>& used) {
-  std::uint64_t end = 0;
-  for (const auto& d : used) end = std::max(end, d.ringEnd);
+  std::uint64_t end = 0, spill = 0;
+  for (const auto& d : used) {
+    end = std::max(end, d.ringEnd);
+    spill += d.spill.size();
+  }
   used.clear();
-  if (end == 0) return;
+  if (end == 0 && spill == 0) return;
   std::lock_guard lock(mutex_);
   readPos_ = std::max(readPos_, end);
+  spillBytes_ -= std::min(spillBytes_, spill);
 }
 
 std::size_t UdpSocket::Pending() const {
@@ -194,10 +201,11 @@ void UdpSocket::ReadLoop() {
       const int error = n < 0 ? errno : 0;
       if (n > 0) lastReceiveUs_.store(NowUs(), std::memory_order_relaxed);
 
-      std::uint64_t readPos;
+      std::uint64_t readPos, spilled;
       {
         std::lock_guard lock(mutex_);
         readPos = readPos_;
+        spilled = spillBytes_;
       }
       for (int i = 0; i < n; ++i) {
         ReceivedDatagram d;
@@ -220,9 +228,14 @@ void UdpSocket::ReadLoop() {
           writePos_ += need;
           d.data = at;
           d.ringEnd = writePos_;
-        } else {
+        } else if (spilled + d.length <= kSpillBytes) {
           d.spill.assign(bytes, bytes + d.length);
           d.data = d.spill.data();
+          spilled += d.length;
+        } else {
+          std::lock_guard lock(mutex_);
+          ++dropped_;
+          continue;
         }
         batch.push_back(std::move(d));
       }
@@ -242,6 +255,7 @@ void UdpSocket::ReadLoop() {
             ++dropped_;  // its ring space comes back with the next handled datagram
             continue;
           }
+          spillBytes_ += d.spill.size();
           queue_.push_back(std::move(d));
         }
       }

@@ -78,6 +78,8 @@ class UdpSocket {
   std::unique_ptr<std::uint8_t[]> ring_;
   std::uint64_t writePos_ = 0;  // reader only
   std::uint64_t readPos_ = 0;   // under mutex_
+  // Bytes of datagrams outside the ring, taken and not yet recycled.
+  std::uint64_t spillBytes_ = 0;  // under mutex_
 };
 
 }  // namespace torvek

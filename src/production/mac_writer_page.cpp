@@ -42,7 +42,7 @@ CMacWriterPage::CMacWriterPage(MacWriterLinks links, QWidget* parent)
   for (auto [radio, choose] : {std::pair{ui_->barcodeModeRadio, &CMacWriterPage::OnBarcodeMode},
                                std::pair{ui_->manualModeRadio, &CMacWriterPage::OnManualMode}}) {
     connect(radio, &QRadioButton::clicked, this, choose);
-    connect(radio, &QRadioButton::toggled, this, [this, choose](bool checked) {
+    connect(radio, &QRadioButton::toggled, this, [this, choose = choose](bool checked) {
       if (checked) (this->*choose)();
     });
   }

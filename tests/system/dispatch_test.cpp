@@ -1,6 +1,7 @@
 // What becomes of the module's answers: refusals, silence, the routes and
 // the unknown ones, through the real socket and by frames put in its buffer.
 #include <QApplication>
+#include <QUdpSocket>
 #include <QtTest/QTest>
 #include <vector>
 
@@ -112,6 +113,65 @@ class DispatchTest : public QObject {
     Deliver(d, 51, 0);
     Deliver(d, 53, 0);
     QCOMPARE(w.prompter.boxes.size(), 5);
+  }
+
+  // A stranger floods the tool with answers that each ask for a box; module
+  // records come behind them. The records become rows while the first box
+  // stands, the boxes come one at a time, and the same text comes once with
+  // its count.
+  void rowsKeepComingWhileAnAnswersBoxStands() {
+    struct ModalPrompter : ScriptedPrompter {
+      int depth = 0, deepest = 0;
+      std::function<void()> inFirstBox;
+      void Message(const QString& text, const QString& title) override {
+        boxes.append({text, title});
+        deepest = std::max(deepest, ++depth);
+        if (auto inside = std::exchange(inFirstBox, nullptr))
+          inside();
+        else
+          QTest::qWait(10);
+        --depth;
+      }
+    } modal;
+    LabWindow w;
+    Platform platform{modal, w.launcher, w.beeper, w.clock, w.adapters, w.paths};
+    CMainDlg d(platform);
+    QVERIFY(d.OnInitDialog());
+    QUdpSocket stranger;
+    QVERIFY(stranger.bind());
+    const auto send = [&](const QByteArray& datagram) {
+      return stranger.writeDatagram(datagram, QHostAddress("10.77.0.1"), frame::kToolPort) ==
+             datagram.size();
+    };
+    QByteArray unknown(23, '\0'), refused(23, '\0');
+    unknown[frame::kCommand] = 49;
+    refused[frame::kCommand] = 5;
+    refused[frame::kResult] = 1;
+    bool rowsWhileBoxStood = false;
+    modal.inFirstBox = [&] {
+      for (int i = 0; i < 299; ++i) QVERIFY(send(unknown));
+      for (int i = 0; i < 3; ++i) QVERIFY(send(refused));
+      for (int m = 1; m <= 5; ++m) {
+        QByteArray record(1225, '\0');
+        record[0] = 0x56;  // ORB740, version 3: the model code little-endian
+        record[1] = 0x48;
+        record[frame::kCommand] = 2;
+        record[frame::kVersion] = 3;
+        record[frame::kSourceMac + 5] = static_cast<char>(m);
+        QVERIFY(send(record));
+      }
+      rowsWhileBoxStood = QTest::qWaitFor([&] { return d.ModuleList().RowCount() == 5; }, 5000);
+    };
+    QVERIFY(send(unknown));
+    QTRY_VERIFY(modal.boxes.size() >= 3);
+    QVERIFY(rowsWhileBoxStood);
+    QCOMPARE(modal.deepest, 1);
+    QCOMPARE(modal.Texts(),
+             (QStringList{"Unknown message (hex =31   dec=49)",
+                          "Unknown message (hex =31   dec=49)", " 1: Invalid IP address"}));
+    QVERIFY(modal.boxes[0].title.isEmpty());
+    QVERIFY(modal.boxes[1].title.endsWith("(299 times)"));
+    QVERIFY(modal.boxes[2].title.endsWith("(3 times)"));
   }
 
   void answerSixtySearchesEvenDuringAnUpload() {

@@ -68,6 +68,32 @@ TEST(DownloadStore, RepeatsAreDroppedBySeqOnly) {
   EXPECT_TRUE(state.Take(3));
 }
 
+// A stranger's flood of data answers while a download runs stops at the
+// kind's largest file and one block more: a file that is too long still
+// shows as too long, and the disk does not fill.
+TEST(DownloadStore, StoringStopsAtTheKindsBound) {
+  EXPECT_EQ(DownloadLimit(50), 65536u + 1000u);
+  EXPECT_EQ(DownloadLimit(54), 10240u + 1000u);
+  EXPECT_EQ(DownloadLimit(61), 1u << 20);
+  DownloadState state;
+  state.Begin(DownloadLimit(50));
+  std::vector<std::uint8_t> frame(33 + 1000, 0);
+  frame[2] = 51;
+  frame[29] = 0xE8;  // dataLength 1000
+  frame[30] = 0x03;
+  std::uint64_t stored = 0;
+  for (int seq = 0; seq < 200; ++seq) {
+    frame[27] = static_cast<std::uint8_t>(seq);
+    frame[28] = static_cast<std::uint8_t>(seq >> 8);
+    const StoreStep step = TakeDataAnswer(state, frame.data(), frame.size());
+    ASSERT_TRUE(step.active);
+    stored += step.write ? step.answer.dataLength : 0;
+  }
+  EXPECT_EQ(stored, 66536u);
+  state.Begin(DownloadLimit(50));  // a new Get starts counting afresh
+  EXPECT_EQ(TakeDataAnswer(state, frame.data(), frame.size()).answer.dataLength, 1000u);
+}
+
 TEST(DownloadStore, TheRowBlinksAndTurnsWhiteAtTheEnd) {
   EXPECT_EQ(NextCellColor(kCellBlinkOn, 0), kCellBlinkOff);
   EXPECT_EQ(NextCellColor(kCellBlinkOff, 14), kCellBlinkOn);

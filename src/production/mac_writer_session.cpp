@@ -12,8 +12,6 @@ namespace torvek {
 
 namespace {
 
-constexpr int kRebootTimer = 1999;
-constexpr int kRebootSearchMs = 15000;
 // The counter and the record in flight are a few dozen bytes; anything past
 // this is not read.
 constexpr qint64 kSmallFileLimit = 4096;

@@ -5,6 +5,7 @@
 #include <QScrollBar>
 #include <QTextCursor>
 
+#include "core/latin1_text.h"
 #include "terminals/console_rules.h"
 #include "ui_network_page.h"
 
@@ -79,7 +80,7 @@ void CNetworkPage::OnAutoSendTick() {
 QString CNetworkPage::Displayed(std::string_view text) {
   // CR LF breaks a line and a lone CR shows nothing, as in the console box;
   // a received NUL shows as the symbol for NUL, and the text after it shows too.
-  QString shown = QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
+  QString shown = Latin1Text(text);
   shown.remove(QChar('\r'));
   shown.replace(QChar(0), QChar(0x2400));
   return shown;

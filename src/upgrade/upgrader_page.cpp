@@ -51,10 +51,6 @@ const char* const kRowFiles[2][kImageCount] = {
 constexpr const char* kNoPcAddress = "no PC address";
 constexpr const char* kNoModuleAddress = "unknown (no PC address)";
 
-std::string_view View(const QByteArray& bytes) {
-  return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
-}
-
 }  // namespace
 
 CUpgraderPage::CUpgraderPage(const UpgraderLinks& links, QWidget* parent)
@@ -223,7 +219,7 @@ bool CUpgraderPage::event(QEvent* event) {
 void CUpgraderPage::OnSerialText(int direction, const QByteArray& text, int length) {
   // Sent and received text alike, unchanged; the box is emptied, not
   // trimmed, at 4096 lines. The whole dialogue of a run stays in it.
-  log_.Append(View(text.left(length)));
+  log_.Append(ByteView(text.left(length)));
   if (!logTimer_.isActive()) logTimer_.start();
   if (direction == 0) runner_.OnChunk(text.left(length));
 }
@@ -251,9 +247,9 @@ QString CUpgraderPage::LogText() const { return Latin1Text(log_.Text()); }
 
 void CUpgraderPage::SetLabel(int id, const QString& text) {
   if (auto* label = qobject_cast<QLabel*>(Control(id))) label->setText(text);
-  if (id != kStatusLabel && text == QLatin1String(kTextWritten.data(), kTextWritten.size()))
+  if (id != kStatusLabel && text == Latin1Text(kTextWritten))
     ui_->progressBar->setValue(++imagesWritten_);
-  if (id == kStatusLabel && text == QLatin1String(kTextRebooting.data(), kTextRebooting.size()))
+  if (id == kStatusLabel && text == Latin1Text(kTextRebooting))
     ui_->progressBar->setValue(ui_->progressBar->maximum());
 }
 

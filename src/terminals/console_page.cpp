@@ -1,9 +1,8 @@
 #include "terminals/console_page.h"
 
 #include <QKeyEvent>
-#include <QScrollBar>
-#include <QTextCursor>
 
+#include "controls/log_box.h"
 #include "core/daily_log.h"
 #include "core/latin1_text.h"
 #include "platform/platform.h"
@@ -69,21 +68,7 @@ void CConsolePage::FlushOutput() {
     AppendConsoleLog(links_.program.dailyLogPath, pendingLog_);
     pendingLog_.clear();
   }
-  QPlainTextEdit* view = ui_->logBox;
-  const std::string& text = box_.Text();
-  if (box_.emptiedSinceShown) {
-    view->setPlainText(QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size())));
-  } else if (box_.shownSize < text.size()) {
-    QTextCursor end(view->document());
-    end.movePosition(QTextCursor::End);
-    end.insertText(QString::fromLatin1(text.data() + box_.shownSize,
-                                       static_cast<qsizetype>(text.size() - box_.shownSize)));
-  } else {
-    return;
-  }
-  box_.emptiedSinceShown = false;
-  box_.shownSize = text.size();
-  view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
+  CatchUpLogBox(*ui_->logBox, box_, Latin1Text);
 }
 
 void CConsolePage::SendConsoleLine() {

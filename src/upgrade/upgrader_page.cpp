@@ -2,10 +2,9 @@
 
 #include <QCoreApplication>
 #include <QPointer>
-#include <QScrollBar>
-#include <QTextCursor>
 #include <algorithm>
 
+#include "controls/log_box.h"
 #include "core/latin1_text.h"
 #include "core/notify_socket.h"
 #include "platform/platform.h"
@@ -226,21 +225,7 @@ void CUpgraderPage::OnSerialText(int direction, const QByteArray& text, int leng
 
 void CUpgraderPage::FlushLog() {
   logTimer_.stop();
-  QPlainTextEdit* view = ui_->logBox;
-  const std::string& text = log_.Text();
-  if (log_.emptiedSinceShown) {
-    view->setPlainText(QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size())));
-  } else if (log_.shownSize < text.size()) {
-    QTextCursor end(view->document());
-    end.movePosition(QTextCursor::End);
-    end.insertText(QString::fromLatin1(text.data() + log_.shownSize,
-                                       static_cast<qsizetype>(text.size() - log_.shownSize)));
-  } else {
-    return;
-  }
-  log_.emptiedSinceShown = false;
-  log_.shownSize = text.size();
-  view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
+  CatchUpLogBox(*ui_->logBox, log_, Latin1Text);
 }
 
 QString CUpgraderPage::LogText() const { return Latin1Text(log_.Text()); }

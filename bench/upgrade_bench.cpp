@@ -6,7 +6,6 @@
 // a boot loader that says nothing.
 // Runs in the lab, offscreen:
 //   QT_QPA_PLATFORM=offscreen scripts/lab pc build/default/bin/upgrade_bench [runs] [modules]
-#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
@@ -29,9 +28,9 @@
 #include <vector>
 
 #include "bench_support.h"
-#include "child_process.h"
 #include "control_by_id.h"
 #include "controls/cell_color_list.h"
+#include "pty_pair.h"
 #include "system_fixture.h"
 #include "upgrade/upgrader_page.h"
 
@@ -154,19 +153,10 @@ class Peer {
 
 struct Rig {
   LabWindow w;
-  ChildProcess socat;
-  int fd = -1;
+  PtyPair line{w.dir.filePath("COM1"), w.dir.filePath("boot")};
 
   bool Start() {
-    const QString dir = w.dir.path() + "/";
-    if (!socat.Start("socat", {"pty,raw,echo=0,link=" + dir + "COM1",
-                               "pty,raw,echo=0,link=" + dir + "boot"}))
-      return false;
-    if (!QTest::qWaitFor([&] { return QFile::exists(dir + "COM1") && QFile::exists(dir + "boot"); },
-                         5000))
-      return false;
-    fd = ::open((dir + "boot").toLocal8Bit().constData(), O_RDWR | O_NOCTTY);
-    if (fd < 0 || !w.dialog.OnInitDialog()) return false;
+    if (!line.Start(true) || !w.dialog.OnInitDialog()) return false;
     w.dialog.show();
     w.dialog.configPage->pcIp = "10.77.0.1";
     w.dialog.ShowTab(3);
@@ -174,9 +164,6 @@ struct Rig {
     for (int id : {1065, 1067, 1077}) ById<QCheckBox>(Page(), id)->setChecked(true);
     ById<QAbstractButton>(Page(), 1074)->click();
     return QTest::qWaitFor([&] { return w.dialog.SerialReaderRunning(); }, 5000);
-  }
-  ~Rig() {
-    if (fd >= 0) ::close(fd);
   }
   CUpgraderPage& Page() { return *w.dialog.upgraderPage; }
   QString Status() { return ById<QLabel>(Page(), 1082)->text(); }
@@ -188,7 +175,7 @@ std::vector<double> Dialogues(Rig& rig, int runs, int& failed) {
   std::atomic<int> finished{0};
   std::mutex lock;
   std::thread peer([&] {
-    Peer boot(rig.fd);
+    Peer boot(rig.line.fd());
     for (int r = 0; r < runs; ++r) {
       std::vector<double> mine;
       const bool ok = boot.Run(mine);
@@ -265,7 +252,7 @@ int main(int argc, char** argv) {
   ById<QAbstractButton>(rig.Page(), 1068)->click();
   std::atomic<int> breakIns{-1};
   const auto [cpu, wallMs] = cpuOver([&] {
-    std::thread listener([&] { breakIns = Peer(rig.fd).Listen(10000); });
+    std::thread listener([&] { breakIns = Peer(rig.line.fd()).Listen(10000); });
     WaitFor([&] { return breakIns >= 0; }, 11000, 500);
     listener.join();
   });

@@ -6,6 +6,7 @@
 
 #include "controls/cell_color_list.h"
 #include "core/command_list.h"
+#include "core/latin1_text.h"
 
 namespace torvek {
 
@@ -50,8 +51,7 @@ bool CommandListPanel::Load(const QString& path) {
   if (!file.open(QIODevice::ReadWrite | QIODevice::ExistingOnly)) return false;
   const QByteArray content = file.readAll();
   file.close();
-  const std::vector<CommandFields> rows = ParseCommandList(
-      std::string_view(content.constData(), static_cast<std::size_t>(content.size())));
+  const std::vector<CommandFields> rows = ParseCommandList(ByteView(content));
   for (std::size_t i = 0; i < rows.size(); ++i) {
     const int row = static_cast<int>(i);
     list_.InsertRow(row, QString::number(row + 1));

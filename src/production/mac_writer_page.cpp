@@ -14,7 +14,6 @@ namespace torvek {
 
 namespace {
 
-constexpr int kRebootTimer = 1999;
 constexpr int kScannedMacBox = 1008;
 constexpr int kScannedSerialBox = 1009;
 

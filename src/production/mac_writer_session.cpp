@@ -4,6 +4,7 @@
 
 #include "admin/model_code.h"
 #include "core/daily_log.h"
+#include "core/latin1_text.h"
 #include "core/module_directory.h"
 #include "platform/durable_file.h"
 #include "platform/platform.h"
@@ -12,8 +13,6 @@ namespace torvek {
 
 namespace {
 
-constexpr int kRebootTimer = 1999;
-constexpr int kRebootSearchMs = 15000;
 // The counter and the record in flight are a few dozen bytes; anything past
 // this is not read.
 constexpr qint64 kSmallFileLimit = 4096;
@@ -22,10 +21,6 @@ std::optional<QByteArray> ReadSmallFile(const QString& path) {
   QFile file(path);
   if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
   return file.read(kSmallFileLimit);
-}
-
-std::string_view View(const QByteArray& bytes) {
-  return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
 }
 
 }  // namespace
@@ -46,7 +41,7 @@ void MacWriterSession::LoadMacData() {
 
   MacData saved = kFreshCounter;
   if (const std::optional<QByteArray> text = ReadSmallFile(macFilePath))
-    saved = ParseMacData(View(*text));
+    saved = ParseMacData(ByteView(*text));
   counter.macId = saved.macId;
   counter.macCompanyId = saved.macCompanyId;
 
@@ -54,7 +49,7 @@ void MacWriterSession::LoadMacData() {
   // module may hold that address, so it is not handed out again.
   const std::optional<QByteArray> inFlight = ReadSmallFile(inFlightPath);
   if (!inFlight) return;
-  if (const std::optional<MacInFlight> record = ParseInFlight(View(*inFlight))) {
+  if (const std::optional<MacInFlight> record = ParseInFlight(ByteView(*inFlight))) {
     const std::uint32_t next = StepPastInFlight(saved, *record);
     if (next != saved.macId) {
       counter.macId = next;

@@ -29,6 +29,11 @@ struct MacWriterLinks {
   SearchingSender& sender;
 };
 
+// The timer that searches for the rebooted module after a good write: its
+// id, which the page's OnTimer dispatches on, and its delay.
+inline constexpr int kRebootTimer = 1999;
+inline constexpr int kRebootSearchMs = 15000;
+
 class MacWriterSession : public QObject {
   Q_OBJECT
  public:

@@ -2,6 +2,7 @@
 
 #include <QRadioButton>
 
+#include "core/latin1_text.h"
 #include "platform/prompter.h"
 #include "production/radio_choices.h"
 #include "ui_radio_test_page.h"
@@ -32,13 +33,13 @@ void CRadioTestPage::SelectRadioTest(int id) {
   for (QRadioButton* radio : findChildren<QRadioButton*>())
     if (radio->property("controlId").toInt() == id) radio->setChecked(true);
   radioChoice = id;
-  radioChoiceText = QString::fromLatin1(description.data(), qsizetype(description.size()));
+  radioChoiceText = Latin1Text(description);
   ui_->choiceBox->setPlainText(radioChoiceText);
 }
 
 void CRadioTestPage::OnStartTest() {
   const std::string_view description = RadioChoiceDescription(radioChoice);
-  prompter_.Message(QString::fromLatin1(description.data(), qsizetype(description.size())));
+  prompter_.Message(Latin1Text(description));
 }
 
 }  // namespace torvek

@@ -1,10 +1,10 @@
 #include "terminals/console_page.h"
 
 #include <QKeyEvent>
-#include <QScrollBar>
-#include <QTextCursor>
 
+#include "controls/log_box.h"
 #include "core/daily_log.h"
+#include "core/latin1_text.h"
 #include "platform/platform.h"
 #include "terminals/console_host.h"
 #include "terminals/serial_line.h"
@@ -43,12 +43,6 @@ CConsolePage::CConsolePage(const ConsoleLinks& links, QWidget* parent)
 
 CConsolePage::~CConsolePage() = default;
 
-namespace {
-std::string_view View(const QByteArray& bytes) {
-  return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
-}
-}  // namespace
-
 void CConsolePage::OnSerialText(int direction, const QByteArray& text) {
   WriteReceivedToLog(text);
   // Only a stamped text needs the time.
@@ -57,13 +51,13 @@ void CConsolePage::OnSerialText(int direction, const QByteArray& text) {
   // A module that crashed says so on its console: one beep, until the
   // operator clears the buffer, in case nobody is looking at the box.
   if (box_.Append(
-          ConsoleDisplayText(direction, View(text), now.hour(), now.minute(), now.second())))
+          ConsoleDisplayText(direction, ByteView(text), now.hour(), now.minute(), now.second())))
     links_.platform.beeper.Beep();
   if (!flushTimer_.isActive()) flushTimer_.start();
 }
 
 void CConsolePage::WriteReceivedToLog(const QByteArray& text) {
-  const auto entry = ReceivedLogText(View(text), View(lastSentText),
+  const auto entry = ReceivedLogText(ByteView(text), ByteView(lastSentText),
                                      links_.line.lastTextTick - links_.line.lastSendTick);
   if (entry) pendingLog_.append(entry->data(), static_cast<qsizetype>(entry->size()));
 }
@@ -74,21 +68,7 @@ void CConsolePage::FlushOutput() {
     AppendConsoleLog(links_.program.dailyLogPath, pendingLog_);
     pendingLog_.clear();
   }
-  QPlainTextEdit* view = ui_->logBox;
-  const std::string& text = box_.Text();
-  if (box_.emptiedSinceShown) {
-    view->setPlainText(QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size())));
-  } else if (box_.shownSize < text.size()) {
-    QTextCursor end(view->document());
-    end.movePosition(QTextCursor::End);
-    end.insertText(QString::fromLatin1(text.data() + box_.shownSize,
-                                       static_cast<qsizetype>(text.size() - box_.shownSize)));
-  } else {
-    return;
-  }
-  box_.emptiedSinceShown = false;
-  box_.shownSize = text.size();
-  view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
+  CatchUpLogBox(*ui_->logBox, box_, Latin1Text);
 }
 
 void CConsolePage::SendConsoleLine() {

@@ -2,9 +2,9 @@
 
 #include <QIntValidator>
 #include <QKeyEvent>
-#include <QScrollBar>
-#include <QTextCursor>
 
+#include "controls/log_box.h"
+#include "core/latin1_text.h"
 #include "terminals/console_rules.h"
 #include "ui_network_page.h"
 
@@ -79,7 +79,7 @@ void CNetworkPage::OnAutoSendTick() {
 QString CNetworkPage::Displayed(std::string_view text) {
   // CR LF breaks a line and a lone CR shows nothing, as in the console box;
   // a received NUL shows as the symbol for NUL, and the text after it shows too.
-  QString shown = QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size()));
+  QString shown = Latin1Text(text);
   shown.remove(QChar('\r'));
   shown.replace(QChar(0), QChar(0x2400));
   return shown;
@@ -87,25 +87,9 @@ QString CNetworkPage::Displayed(std::string_view text) {
 
 void CNetworkPage::FlushLog() {
   flushTimer_.stop();
-  NetworkLog& log = session_.log();
-  QPlainTextEdit* view = ui_->logBox;
-  const std::string& text = log.Text();
-  const std::size_t from = log.emptiedSinceShown ? 0 : log.shownSize;
-  if (!log.emptiedSinceShown && from >= text.size()) return;
   // A flood is shown a stretch per turn, so that the box never holds the UI
   // thread for long; what an emptying drops is never shown at all.
-  const std::string_view stretch = std::string_view(text).substr(from, kFlushBytes);
-  if (log.emptiedSinceShown) {
-    view->setPlainText(Displayed(stretch));
-  } else {
-    QTextCursor end(view->document());
-    end.movePosition(QTextCursor::End);
-    end.insertText(Displayed(stretch));
-  }
-  log.emptiedSinceShown = false;
-  log.shownSize = from + stretch.size();
-  view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
-  if (log.shownSize < text.size()) flushTimer_.start();
+  if (CatchUpLogBox(*ui_->logBox, session_.log(), Displayed, kFlushBytes)) flushTimer_.start();
 }
 
 NetworkControls CNetworkPage::ReadControls() {

@@ -86,7 +86,7 @@ void NetworkSession::SendNetworkLine(bool clearInput) {
   const NetworkControls controls = view_->ReadControls();
   if (controls.input.isEmpty()) return;
   const QByteArray input = controls.input.toLatin1();
-  const std::string_view text(input.constData(), static_cast<std::size_t>(input.size()));
+  const std::string_view text = ByteView(input);
   AppendNetworkLog(kLogSent, text);
   const std::string line = BuildNetworkLine(text, controls.terminatorRow);
   if (clearInput) view_->ClearInput();

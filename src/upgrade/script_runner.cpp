@@ -3,6 +3,8 @@
 #include <string_view>
 #include <utility>
 
+#include "core/latin1_text.h"
+
 namespace torvek {
 
 ScriptRunner::ScriptRunner(ScriptHost host, QObject* parent)
@@ -50,7 +52,7 @@ void ScriptRunner::Pump() {
     if (!running_ || held_.empty()) return;
     const QByteArray chunk = held_.front();
     held_.pop_front();
-    const std::string_view text(chunk.constData(), static_cast<std::size_t>(chunk.size()));
+    const std::string_view text = ByteView(chunk);
     ScriptActions next = target_ == 0 ? RunRedBootScript(run_, text) : RunUBootScript(run_, text);
     for (ScriptAction& a : next) actions_.push_back(std::move(a));
   }

@@ -2,10 +2,9 @@
 
 #include <QCoreApplication>
 #include <QPointer>
-#include <QScrollBar>
-#include <QTextCursor>
 #include <algorithm>
 
+#include "controls/log_box.h"
 #include "core/latin1_text.h"
 #include "core/notify_socket.h"
 #include "platform/platform.h"
@@ -50,10 +49,6 @@ const char* const kRowFiles[2][kImageCount] = {
 // What a PC without a usable address shows instead of one.
 constexpr const char* kNoPcAddress = "no PC address";
 constexpr const char* kNoModuleAddress = "unknown (no PC address)";
-
-std::string_view View(const QByteArray& bytes) {
-  return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
-}
 
 }  // namespace
 
@@ -223,37 +218,23 @@ bool CUpgraderPage::event(QEvent* event) {
 void CUpgraderPage::OnSerialText(int direction, const QByteArray& text, int length) {
   // Sent and received text alike, unchanged; the box is emptied, not
   // trimmed, at 4096 lines. The whole dialogue of a run stays in it.
-  log_.Append(View(text.left(length)));
+  log_.Append(ByteView(text.left(length)));
   if (!logTimer_.isActive()) logTimer_.start();
   if (direction == 0) runner_.OnChunk(text.left(length));
 }
 
 void CUpgraderPage::FlushLog() {
   logTimer_.stop();
-  QPlainTextEdit* view = ui_->logBox;
-  const std::string& text = log_.Text();
-  if (log_.emptiedSinceShown) {
-    view->setPlainText(QString::fromLatin1(text.data(), static_cast<qsizetype>(text.size())));
-  } else if (log_.shownSize < text.size()) {
-    QTextCursor end(view->document());
-    end.movePosition(QTextCursor::End);
-    end.insertText(QString::fromLatin1(text.data() + log_.shownSize,
-                                       static_cast<qsizetype>(text.size() - log_.shownSize)));
-  } else {
-    return;
-  }
-  log_.emptiedSinceShown = false;
-  log_.shownSize = text.size();
-  view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
+  CatchUpLogBox(*ui_->logBox, log_, Latin1Text);
 }
 
 QString CUpgraderPage::LogText() const { return Latin1Text(log_.Text()); }
 
 void CUpgraderPage::SetLabel(int id, const QString& text) {
   if (auto* label = qobject_cast<QLabel*>(Control(id))) label->setText(text);
-  if (id != kStatusLabel && text == QLatin1String(kTextWritten.data(), kTextWritten.size()))
+  if (id != kStatusLabel && text == Latin1Text(kTextWritten))
     ui_->progressBar->setValue(++imagesWritten_);
-  if (id == kStatusLabel && text == QLatin1String(kTextRebooting.data(), kTextRebooting.size()))
+  if (id == kStatusLabel && text == Latin1Text(kTextRebooting))
     ui_->progressBar->setValue(ui_->progressBar->maximum());
 }
 

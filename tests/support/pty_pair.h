@@ -1,5 +1,6 @@
 // Two pseudo-terminals joined by socat: `end` for the tool (a COMn link in its
-// program folder), `peer` for the test, which reads and writes it raw.
+// program folder), `peer` for the test, which reads and writes it raw, or for
+// a simulator that opens it itself.
 #pragma once
 
 #include <fcntl.h>
@@ -22,7 +23,8 @@ class PtyPair {
     socat_.Stop();  // socat removes its links on the way out
   }
 
-  bool Start() {
+  // Joins the two ends and leaves `peer` to whoever opens it.
+  bool Link() {
     if (!socat_.Start("socat",
                       {"pty,raw,echo=0,link=" + endPath_, "pty,raw,echo=0,link=" + peerPath_}))
       return false;
@@ -31,7 +33,15 @@ class PtyPair {
       if (deadline.hasExpired()) return false;
       QThread::msleep(10);
     }
-    fd_ = ::open(peerPath_.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+    return true;
+  }
+
+  // Joins them and opens `peer` here; a blocking peer suits a thread that
+  // polls before it reads and must not spin on a full line.
+  bool Start(bool blocking = false) {
+    if (!Link()) return false;
+    fd_ = ::open(peerPath_.toLocal8Bit().constData(),
+                 O_RDWR | O_NOCTTY | (blocking ? 0 : O_NONBLOCK));
     return fd_ >= 0;
   }
 
@@ -61,6 +71,8 @@ class PtyPair {
   }
 
   const QString& endPath() const { return endPath_; }
+  const QString& peerPath() const { return peerPath_; }
+  int fd() const { return fd_; }
 
  private:
   QString endPath_;

@@ -111,7 +111,7 @@ class MacWriteTest : public QObject {
     for (int n = 0; n < 10; ++n)
       QCOMPARE(counters[n], QString("%1\n5038\n").arg(41 + 2 * (n + 1), 0, 16));
     QTest::qWait(400);
-    d.macWriterPage->OnTimer(1999);
+    d.macWriterPage->OnTimer(kRebootTimer);
     QTRY_COMPARE(d.ModuleList().RowCount(), 10);
     QVERIFY(ListedMacs(d).first().startsWith("00-50-38-00-00-"));
 

@@ -13,6 +13,7 @@
 #include <QtTest/QTest>
 
 #include "control_by_id.h"
+#include "pty_pair.h"
 #include "system_fixture.h"
 #include "upgrade/upgrader_page.h"
 
@@ -43,7 +44,7 @@ struct BootRig {
   LabWindow w;
   QTemporaryDir images;
   QTemporaryDir sim;
-  ChildProcess socat;
+  PtyPair line{w.dir.filePath("COM1"), w.dir.filePath("boot")};
   ChildProcess tftp;
   ChildProcess bootsim;
   QMap<QString, QByteArray> files;
@@ -75,15 +76,9 @@ struct BootRig {
       if (!serving) QThread::msleep(100);
     }
     if (!serving) return false;
-    const QString dir = w.dir.path() + "/";
-    if (!socat.Start("socat", {"pty,raw,echo=0,link=" + dir + "COM1",
-                               "pty,raw,echo=0,link=" + dir + "boot"}))
-      return false;
-    if (!QTest::qWaitFor([&] { return QFile::exists(dir + "COM1") && QFile::exists(dir + "boot"); },
-                         5000))
-      return false;
+    if (!line.Link()) return false;
     QStringList args{"lan",         BinDir() + "/torvek-bootsim",
-                     "--tty",       dir + "boot",
+                     "--tty",       line.peerPath(),
                      "--dir",       sim.path(),
                      "--loader",    loader,
                      "--tftp-port", kTftpPort};

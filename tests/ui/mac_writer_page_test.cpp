@@ -247,7 +247,7 @@ class MacWriterPageTest : public QObject {
       QVERIFY(b.page->session().RebootTimerActive());
       b.page->OnTimer(1234);
       QCOMPARE(b.searches, 0);
-      b.page->OnTimer(1999);
+      b.page->OnTimer(kRebootTimer);
       QCOMPARE(b.searches, 1);
       QCOMPARE(b.beeper.beeps, 2);
       QVERIFY(!b.page->session().RebootTimerActive());

@@ -148,17 +148,33 @@ int main(int argc, char** argv) {
     bareMs.push_back(bare.ms);
     bareRows.push_back(bare.rows);
   }
+  // A run that lost answers gives no time: its time would flatter it.
+  const auto complete = [&](const std::vector<double>& rows, const std::vector<double>& ms) {
+    std::vector<double> kept;
+    for (std::size_t i = 0; i < rows.size(); ++i)
+      if (rows[i] == modules) kept.push_back(ms[i]);
+    return kept;
+  };
+  const auto lost = [&](const std::vector<double>& rows) {
+    return std::count_if(rows.begin(), rows.end(), [&](double r) { return r != modules; });
+  };
+  const std::vector<double> window = complete(windowRows, windowMs);
+  const std::vector<double> bare = complete(bareRows, bareMs);
+  std::printf("\nover %d runs of %d modules (times of complete runs only):\n", runs, modules);
+  std::printf("  Find Devices, search to last row shown: %s; %ld incomplete\n",
+              bench::Spread(window, 0).c_str(), lost(windowRows));
+  std::printf("  start-up search: %s; %ld incomplete\n",
+              bench::Spread(complete(startRows, startMs), 0).c_str(), lost(startRows));
+  std::printf("  bare receiver: %s; %ld incomplete\n", bench::Spread(bare, 0).c_str(),
+              lost(bareRows));
+  if (!window.empty() && !bare.empty())
+    std::printf("  window / bare time, medians: %.2f\n",
+                Median(window) / std::max(1.0, Median(bare)));
+  std::printf("  worst UI-thread gap (10 ms probe): %s\n", bench::Spread(gaps, 0).c_str());
   const double worstGap = *std::max_element(gaps.begin(), gaps.end());
-  std::printf("\nmedians over %d runs of %d modules:\n", runs, modules);
-  std::printf("  Find Devices: %.0f of %d rows, %.0f ms from the search to the last row shown\n",
-              Median(windowRows), modules, Median(windowMs));
-  std::printf("  start-up search: %.0f of %d rows, %.0f ms\n", Median(startRows), modules,
-              Median(startMs));
-  std::printf("  bare receiver: %.0f of %d, %.0f ms\n", Median(bareRows), modules, Median(bareMs));
-  std::printf("  window / bare time: %.2f\n", Median(windowMs) / std::max(1.0, Median(bareMs)));
-  std::printf("  worst UI-thread gap (10 ms probe), median %.0f ms, worst %.0f ms\n", Median(gaps),
-              worstGap);
-  const bool ok = Median(windowRows) == modules && Median(windowMs) < 1000 && worstGap <= 100;
-  std::printf("  goal (all rows, under 1 s, no gap over 100 ms): %s\n", ok ? "met" : "NOT met");
-  return 0;
+  const bool ok =
+      lost(windowRows) == 0 && lost(startRows) == 0 && Median(window) < 1000 && worstGap <= 100;
+  std::printf("  goal (every row of every run, under 1 s, no gap over 100 ms): %s\n",
+              ok ? "met" : "NOT met");
+  return ok ? 0 : 1;
 }

@@ -5,8 +5,8 @@ namespace torvek {
 ModuleDirectory::ModuleDirectory(QObject* parent) : QObject(parent) {
   table_.SetKeyColumn(kColMac);
   for (int c = 0; c < kModuleColumnCount; ++c) {
-    const ColumnSpec& spec = kModuleColumns[static_cast<std::size_t>(c)];
-    table_.InsertColumn(c, spec.header, Align::Center, spec.width);
+    const ColumnSpec& column = kModuleColumns[static_cast<std::size_t>(c)];
+    table_.InsertColumn(c, column.header, Align::Center, column.width);
   }
 }
 

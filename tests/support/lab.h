@@ -37,6 +37,11 @@ class ModSim {
   ChildProcess process_;
 };
 
+// Hex of bytes [from, to) of a frame as modsim logs it, "<length> <hex>...".
+inline QString FrameField(const QString& logged, int from, int to) {
+  return logged.section(' ', 1, 1).mid(2 * from, 2 * (to - from));
+}
+
 // Runs a command in the lab's LAN side and waits for it.
 int RunOnLan(const QStringList& command, int timeoutMs = 10000);
 

@@ -13,14 +13,6 @@
 using namespace torvek;
 using namespace torvek::test;
 
-namespace {
-
-QString Field(const QString& frame, int from, int to) {
-  return frame.section(' ', 1, 1).mid(from * 2, (to - from) * 2);
-}
-
-}  // namespace
-
 class DataPathTest : public QObject {
   Q_OBJECT
 
@@ -71,8 +63,8 @@ class DataPathTest : public QObject {
     QVERIFY(link.SendFrame(link.FrameTemplate.data(), frame::kRequestLength));
     QTRY_COMPARE(sim.FramesOf(3).size(), 1);
     const QString set = sim.FramesOf(3).first();
-    QCOMPARE(Field(set, 11, 17), QString("027700000001"));
-    QCOMPARE(Field(set, 17, 23),
+    QCOMPARE(FrameField(set, 11, 17), QString("027700000001"));
+    QCOMPARE(FrameField(set, 17, 23),
              QString::fromStdString(MacText(chosen.mac.data())).remove('-').toLower());
     QVERIFY(told.isEmpty());
 

@@ -37,11 +37,7 @@ int Cancel(QDialog& dialog) {
   return dialog.result();
 }
 
-// Hex of bytes [from, to) of a logged "<length> <hex>..." frame.
-QString Field(const QString& logged, int from, int to) {
-  const QString hex = logged.section(' ', 1, 1);
-  return hex.mid(2 * from, 2 * (to - from));
-}
+using test::FrameField;
 
 }  // namespace
 
@@ -116,7 +112,7 @@ class OperationsTest : public QObject {
     QTRY_COMPARE(sim.FramesOf(58).size(), 1);
     const QString frame = sim.FramesOf(58).first();
     QVERIFY2(frame.startsWith("1225 55483a0300000000"), qPrintable(frame));
-    QCOMPARE(Field(frame, 11, 23), QString("025456000001000ee3000001"));
+    QCOMPARE(FrameField(frame, 11, 23), QString("025456000001000ee3000001"));
     QCOMPARE(p.boxes.size(), 4);
     QCOMPARE(p.unexpected, 0);
 
@@ -144,8 +140,8 @@ class OperationsTest : public QObject {
              QStringList{"Are you sure to make factory default configuration?"});
     QCOMPARE(w.dialog.configPage->OperationStatus(), QString("Factory default command is sent"));
     QTRY_COMPARE(sim.FramesOf(59).size(), 1);
-    QCOMPARE(Field(sim.FramesOf(59).first(), 2, 3), QString("3b"));
-    QCOMPARE(Field(sim.FramesOf(59).first(), 17, 23), QString("ffffffffffff"));
+    QCOMPARE(FrameField(sim.FramesOf(59).first(), 2, 3), QString("3b"));
+    QCOMPARE(FrameField(sim.FramesOf(59).first(), 17, 23), QString("ffffffffffff"));
 
     // Each module's answer 60 starts a search: two more after the first.
     QTRY_COMPARE(sim.FramesOf(1).size(), 3);
@@ -178,7 +174,7 @@ class OperationsTest : public QObject {
     QCOMPARE(dialogs, (QStringList{"Config Operation", "Config Operation"}));
     QTRY_COMPARE(sim.FramesOf(63).size(), 1);
     const QString frame = sim.FramesOf(63).first();
-    QCOMPARE(Field(frame, 17, 27), QString("000ee30000010a000000"));
+    QCOMPARE(FrameField(frame, 17, 27), QString("000ee30000010a000000"));
     QVERIFY(w.prompter.boxes.isEmpty());
     QCOMPARE(w.dialog.configPage->OperationStatus(), QString("Operation Status"));
   }
@@ -225,7 +221,8 @@ class OperationsTest : public QObject {
 
     QTRY_COMPARE(sim.FramesOf(56).size(), 7);
     QStringList where;
-    for (const QString& f : sim.FramesOf(56)) where << Field(f, 23, 24) + " " + f.section(' ', 2);
+    for (const QString& f : sim.FramesOf(56))
+      where << FrameField(f, 23, 24) + " " + f.section(' ', 2);
     QCOMPARE(where,
              (QStringList{"01 255.255.255.255", "02 10.77.128.2", "03 10.77.128.1",
                           "03 10.77.128.3", "04 10.77.128.1", "04 10.77.128.2", "04 10.77.128.3"}));

@@ -60,10 +60,7 @@ struct Received {
   }
 };
 
-// Hex of bytes [from, to) of a logged "<length> <hex>..." frame.
-QString Field(const QString& logged, int from, int to) {
-  return logged.section(' ', 1, 1).mid(2 * from, 2 * (to - from));
-}
+using test::FrameField;
 
 struct Job {
   const char* what;
@@ -146,13 +143,13 @@ class UploadTest : public QObject {
     const QStringList config = sim.FramesOf(48);
     QVERIFY(config.size() >= 66);
     QCOMPARE(config[0].section(' ', 0, 0), QString("1225"));
-    QCOMPARE(Field(config[0], 0, 33),
+    QCOMPARE(FrameField(config[0], 0, 33),
              QString("5548300300000000000000025456000001000ee300000100000100"
                      "0000e8030000"));
-    QCOMPARE(Field(config[65], 5, 11), QString("410000000000"));
-    QCOMPARE(Field(config[65], 23, 33), QString("000001004100"
-                                                "18020000"));
-    QCOMPARE(Field(config[66], 0, 5), QString("5548300300"));  // the next job's first
+    QCOMPARE(FrameField(config[65], 5, 11), QString("410000000000"));
+    QCOMPARE(FrameField(config[65], 23, 33), QString("000001004100"
+                                                     "18020000"));
+    QCOMPARE(FrameField(config[66], 0, 5), QString("5548300300"));  // the next job's first
   }
 
   void setConfigurationAndAFileThatChangesBeforeTheJob() {
@@ -264,7 +261,7 @@ class UploadTest : public QObject {
     d.configPage->OnSetConfiguration();
     QCOMPARE(p.questions, QStringList{"Are you sure to change company ID?"});
     QTRY_COMPARE(sim.FramesOf(63).size(), 1);
-    QCOMPARE(Field(sim.FramesOf(63)[0], 17, 27), QString("ffffffffffff09000000"));
+    QCOMPARE(FrameField(sim.FramesOf(63)[0], 17, 27), QString("ffffffffffff09000000"));
 
     // The selected module with old firmware is refused before the file dialog.
     d.SelectRow(0);
